@@ -1,0 +1,21 @@
+# How every target of the project is compiled: link vxc_compiler PRIVATE.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_library(vxc_compiler INTERFACE)
+target_compile_definitions(vxc_compiler INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
+if(MSVC)
+    target_compile_options(vxc_compiler INTERFACE /W4 /utf-8)
+else()
+    target_compile_options(vxc_compiler INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+        -Woverloaded-virtual -Wold-style-cast -Wconversion -Wno-sign-conversion)
+endif()
+
+if(VXC_SANITIZE)
+    # Every object of a program must agree on the sanitizers, Qt's generated sources included.
+    add_compile_options(-fsanitize=${VXC_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${VXC_SANITIZE})
+endif()

@@ -1,0 +1,45 @@
+#include "image/Delivery.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <filesystem>
+
+namespace {
+
+constexpr qint64 kCopyBlockBytes = 1 << 20;
+
+bool copyAll(QFile& source, QSaveFile& target)
+{
+    while (!source.atEnd()) {
+        const QByteArray block = source.read(kCopyBlockBytes);
+        if (block.isEmpty() || target.write(block) != block.size())
+            return false;
+    }
+    return source.error() == QFileDevice::NoError;
+}
+
+} // namespace
+
+bool isSameFile(const QString& path, const QString& other)
+{
+    std::error_code error;
+    return std::filesystem::equivalent(QFileInfo(path).filesystemFilePath(),
+                                       QFileInfo(other).filesystemFilePath(), error);
+}
+
+bool deliverFile(const QString& from, const QString& to)
+{
+    QFile source(from);
+    QSaveFile target(to);
+    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
+        return false;
+    return copyAll(source, target) && target.commit();
+}
+
+void removeFailedOutput(const QString& outputPath, const QString& inputPath)
+{
+    if (!isSameFile(outputPath, inputPath))
+        QFile::remove(outputPath);
+}

@@ -1,0 +1,86 @@
+#include "video/ProgressThread.h"
+
+#include <QFile>
+#include <QMutexLocker>
+
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr unsigned long kPollIntervalMs = 500;
+constexpr unsigned long kOpenIntervalMs = 5;
+
+} // namespace
+
+ProgressThread::ProgressThread(float duration, QString progressFilePath)
+    : mDuration(duration), mProgressFilePath(std::move(progressFilePath))
+{
+}
+
+ProgressThread::~ProgressThread()
+{
+    requestStop();
+    wait();
+}
+
+void ProgressThread::requestStop()
+{
+    const QMutexLocker lock(&mMutex);
+    mRunning = false;
+    mStopRequested.wakeAll();
+}
+
+bool ProgressThread::shouldRun()
+{
+    const QMutexLocker lock(&mMutex);
+    return mRunning;
+}
+
+// A stop request ends the pause.
+void ProgressThread::pause(unsigned long milliseconds)
+{
+    const QMutexLocker lock(&mMutex);
+    if (mRunning)
+        mStopRequested.wait(&mMutex, milliseconds);
+}
+
+void ProgressThread::run()
+{
+    QFile file(mProgressFilePath);
+    QByteArray line;
+    while (shouldRun()) {
+        if (mWaitingForFile) {
+            mWaitingForFile = !file.open(QIODevice::ReadOnly | QIODevice::Text);
+            if (mWaitingForFile) {
+                pause(kOpenIntervalMs);
+                continue;
+            }
+        }
+        line += file.readLine();
+        const bool whole = line.endsWith('\n');
+        if (whole)
+            line.chop(1);
+        // The end marker is known for whole even without its line end.
+        if (line == "progress=end")
+            break;
+        if (whole) {
+            report(line);
+            line.clear();
+        } else {
+            // ffmpeg has written no more, or half a line: its rest is appended after the pause.
+            pause(kPollIntervalMs);
+        }
+    }
+    file.close();
+    file.remove();
+}
+
+void ProgressThread::report(const QByteArray& line)
+{
+    const QList<QByteArray> parts = line.split('=');
+    if (parts.size() != 2 || parts[0] != "out_time_us" || !(mDuration > 0))
+        return;
+    const float milliseconds = std::abs(parts[1].toFloat()) / 1000.0F;
+    emit threadCompressProcess(milliseconds / mDuration);
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMutex>
+#include <QString>
+#include <QThread>
+#include <QWaitCondition>
+
+
+
+/// Follows the file that ffmpeg writes with "-progress" and reports how far the encode is.
+///
+/// The owner constructs, starts and destroys it in its own thread; requestStop() may be called from any. The
+/// thread ends at ffmpeg's end marker or soon after a stop request, and removes the file when it ends.
+class ProgressThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    /// @param duration the expected length of the output in milliseconds; 0 or less: nothing is reported.
+    /// @param progressFilePath the file that ffmpeg will create.
+    ProgressThread(float duration, QString progressFilePath);
+
+    /// Asks the thread to stop and waits for it without a limit; it ends any wait of its own at once.
+    ~ProgressThread() override;
+
+    void requestStop();
+
+signals:
+    /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the duration.
+    /// Emitted in this thread.
+    void threadCompressProcess(float progress);
+
+protected:
+    void run() override;
+
+private:
+    bool shouldRun();
+    void pause(unsigned long milliseconds);
+    void report(const QByteArray& line);
+
+    float mDuration;
+    bool mRunning = true;
+    bool mWaitingForFile = true;
+    QMutex mMutex;
+    QString mProgressFilePath;
+    QWaitCondition mStopRequested;
+};
