@@ -10,7 +10,13 @@ class CompressTask : public ICompressTask
     Q_OBJECT
 
 public:
-    enum State { Stopped = 0, Running = 1, Succeeded = 2, Failed = 3 };
+    enum State
+    {
+        Stopped = 0,
+        Running = 1,
+        Succeeded = 2,
+        Failed = 3
+    };
 
     explicit CompressTask(const QVariantMap& params);
 

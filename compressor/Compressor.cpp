@@ -11,7 +11,8 @@ namespace {
 
 using TaskMaker = ICompressTask* (*)(const QVariantMap&);
 
-template <class Task> ICompressTask* makeTask(const QVariantMap& params)
+template <class Task>
+ICompressTask* makeTask(const QVariantMap& params)
 {
     return new Task(params);
 }

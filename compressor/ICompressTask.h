@@ -6,8 +6,8 @@
 /// One compression job: connect the signals, call start() (or, for video, estimate()), wait for the finish.
 ///
 /// A task belongs to the thread that created it: all operations are called there, compressFinished is emitted
-/// there, and that thread must run an event loop and outlive the run. Every start() or estimate() that returned
-/// true ends in exactly one compressFinished. A task may be started again, also from inside its own
+/// there, and that thread must run an event loop and outlive the run. Every start() or estimate() that
+/// returned true ends in exactly one compressFinished. A task may be started again, also from inside its own
 /// compressFinished; starting a running task ends the running job first, with its own compressFinished.
 /// A task may be released at any time, also from inside its own signals: its encoder ends with it, without a
 /// further signal, and its temporary files are removed.
@@ -26,7 +26,8 @@ public:
     virtual bool start() = 0;
 
     /// Ends a running job and removes what it wrote. It normally delivers compressFinished before it returns,
-    /// else (the encoder does not die within 500 ms) when the encoder has gone. Without a running job it touches no file.
+    /// else (the encoder does not die within 500 ms) when the encoder has gone. Without a running job it
+    /// touches no file.
     virtual void stop() = 0;
 
     /// Video only: encodes the first 15 seconds into the output path, with the job's settings, so that the
@@ -34,12 +35,12 @@ public:
     virtual bool estimate() = 0;
 
 signals:
-    /// Video only: the share of the job that is done, 0.0 to 1.0; exactly 1.0 just before a successful finish.
-    /// During start() it is emitted in a thread of the module's own, so connect it queued or automatically;
-    /// during estimate() in the task's thread.
+    /// Video only: the share of the job that is done, 0.0 to 1.0; exactly 1.0 just before a successful
+    /// finish. During start() it is emitted in a thread of the module's own, so connect it queued or
+    /// automatically; during estimate() in the task's thread.
     void compressProcess(float progress);
 
-    /// The job's one end. Code 0: the result is at the output path. 62097: the job was stopped. -2: the encoder
-    /// could not be started. Other codes: the encoder's exit code, see docs/host-interface.md.
+    /// The job's one end. Code 0: the result is at the output path. 62097: the job was stopped. -2: the
+    /// encoder could not be started. Other codes: the encoder's exit code, see docs/host-interface.md.
     void compressFinished(int finishedCode, QString errorDescription);
 };

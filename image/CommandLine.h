@@ -14,6 +14,6 @@ QString toolPath(const char* tool);
 /// The whole command: the quoted tool, then the fragments, each behind one blank.
 QString commandLine(const QString& tool, const QStringList& fragments);
 
-/// ffmpeg's answer to an existing output file: "-y", overwrite it; or, where that would be the source under any
-/// name or link, "-n", so that ffmpeg refuses before it opens the file and the source stays whole.
+/// ffmpeg's answer to an existing output file: "-y", overwrite it; or, where that would be the source under
+/// any name or link, "-n", so that ffmpeg refuses before it opens the file and the source stays whole.
 QString overwriteOption(const QString& inputPath, const QString& outputPath);

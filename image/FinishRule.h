@@ -15,7 +15,12 @@ struct ImageRun
 
 struct ImageVerdict
 {
-    enum Delivery { Nothing, Result, Source };
+    enum Delivery
+    {
+        Nothing,
+        Result,
+        Source
+    };
 
     int finishCode;
     bool corruptInput; ///< the input is no image, and the description says so

@@ -47,8 +47,8 @@ void dieWithParent(QProcess&) {}
 
 void adoptStarted(QProcess& process)
 {
-    const HANDLE handle = OpenProcess(PROCESS_SET_QUOTA | PROCESS_TERMINATE, FALSE,
-                                      static_cast<DWORD>(process.processId()));
+    const HANDLE handle =
+        OpenProcess(PROCESS_SET_QUOTA | PROCESS_TERMINATE, FALSE, static_cast<DWORD>(process.processId()));
     if (!handle)
         return;
     AssignProcessToJobObject(encoderJob(), handle);

@@ -54,8 +54,9 @@ void PngCompressor::stop()
 void PngCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
-    const ImageReport report = finishWorkspaceRun(
-        ending, kCorruptInputCode, {std::exchange(mCompressDir, {}), mTempInputPath, mTempOutputPath}, mOutputPath);
+    const ImageReport report =
+        finishWorkspaceRun(ending, kCorruptInputCode,
+                           {std::exchange(mCompressDir, {}), mTempInputPath, mTempOutputPath}, mOutputPath);
     emit compressFinished(report.finishCode, report.description);
 }
 
@@ -67,5 +68,5 @@ QStringList PngCompressor::buildCommand()
     mTempInputPath = workspace.inputPath;
     mTempOutputPath = workspace.outputPath;
     return {QStringLiteral("--quality"), QLatin1String("0-") + mQuality, QStringLiteral("--force"),
-            quotedPath(mTempInputPath), QStringLiteral("-o"), quotedPath(mTempOutputPath)};
+            quotedPath(mTempInputPath),  QStringLiteral("-o"),           quotedPath(mTempOutputPath)};
 }

@@ -21,8 +21,8 @@ ToolProcess::ToolProcess()
 ToolProcess::Pointer ToolProcess::makeFor(ICompressTask* task)
 {
     Pointer process(new ToolProcess);
-    connect(process.get(), SIGNAL(finished(int,QProcess::ExitStatus)), task,
-            SLOT(onCompressFinished(int,QProcess::ExitStatus)));
+    connect(process.get(), SIGNAL(finished(int, QProcess::ExitStatus)), task,
+            SLOT(onCompressFinished(int, QProcess::ExitStatus)));
     return process;
 }
 

@@ -9,7 +9,8 @@ class ICompressTask;
 
 /// One run of an external encoder. It adds to QProcess what every task needs:
 ///
-///  - `finished` comes exactly once for a run, also when the program cannot be started: then with kFailedToStart,
+///  - `finished` comes exactly once for a run, also when the program cannot be started: then with
+///  kFailedToStart,
 ///    and not before the event loop turns;
 ///  - the encoder ends when this process or this object does, without a signal of a half-destroyed task;
 ///  - its output and error channels go nowhere, so that a talkative encoder costs the host no memory.
@@ -46,13 +47,15 @@ public:
     /// The same for an encoder that did start: what lies at the output path may be this run's.
     bool mayHaveOutput() const { return mPhase == Phase::Running || mPhase == Phase::Ended; }
 
-    /// Kills the encoder and waits for its end, at most kKillTimeoutMs. The run counts as stopped from now on,
-    /// even when the encoder had just come to its own end. Where the wait sees the end, `finished` is emitted
-    /// inside. False, and a line in the debug log, when there was nothing to wait for or the time ran out.
+    /// Kills the encoder and waits for its end, at most kKillTimeoutMs. The run counts as stopped from now
+    /// on, even when the encoder had just come to its own end. Where the wait sees the end, `finished` is
+    /// emitted inside. False, and a line in the debug log, when there was nothing to wait for or the time ran
+    /// out.
     bool killAndWait();
 
-    /// What a task's finish slot opens with: the run's end as the module reports it, and a hold on the process
-    /// for as long as the slot runs, so that the host may release the task or start it again from its own slot.
+    /// What a task's finish slot opens with: the run's end as the module reports it, and a hold on the
+    /// process for as long as the slot runs, so that the host may release the task or start it again from its
+    /// own slot.
     class Ending
     {
     public:
@@ -78,7 +81,13 @@ public:
     };
 
 private:
-    enum class Phase { Settled, NotStarted, Running, Ended };
+    enum class Phase
+    {
+        Settled,
+        NotStarted,
+        Running,
+        Ended
+    };
 
     ToolProcess();
     void reportFailedStart(QProcess::ProcessError error);
@@ -90,6 +99,6 @@ private:
     friend bool endRunningJob(ICompressTask* task, const Pointer& process);
 };
 
-/// Makes way for a new run of a task: ends the running job, if there is one, with its own finish. False when the
-/// host used that finish to release the task or to start it again: then there is nothing left to do.
+/// Makes way for a new run of a task: ends the running job, if there is one, with its own finish. False when
+/// the host used that finish to release the task or to start it again: then there is nothing left to do.
 bool endRunningJob(ICompressTask* task, const ToolProcess::Pointer& process);

@@ -60,7 +60,8 @@ void WebpCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitS
         ending.log();
         mState = delivered ? Succeeded : Failed;
         const bool lost = ending.isWhole() && !delivered;
-        finish(ending, lost ? kNotDeliveredCode : ending.exitCode(), lost ? QStringLiteral("fail") : QString());
+        finish(ending, lost ? kNotDeliveredCode : ending.exitCode(),
+               lost ? QStringLiteral("fail") : QString());
     } else if (ending.exitCode() != 0) {
         stop();
         ending.log();

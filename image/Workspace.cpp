@@ -37,8 +37,8 @@ Workspace makeWorkspace(const QString& sourcePath)
     Workspace workspace;
     workspace.dir = folder.isValid() ? folder.path() : QString();
     // Without a folder both names lie below one that nobody has, and so never meet a file of anyone.
-    const QString base = folder.isValid() ? folder.path()
-                                          : temporary + u'/' + QUuid::createUuid().toString(QUuid::Id128);
+    const QString base =
+        folder.isValid() ? folder.path() : temporary + u'/' + QUuid::createUuid().toString(QUuid::Id128);
     workspace.inputPath = base + QLatin1String("/temporaryImage_1.") + source.suffix();
     workspace.outputPath = base + QLatin1String("/temporaryImage_2.") + source.suffix();
     // Only a regular file: reading a pipe or a device may never end.
@@ -58,8 +58,9 @@ ImageReport finishWorkspaceRun(ToolProcess::Ending& ending, int corruptInputCode
 {
     ImageVerdict verdict{ending.exitCode(), false, true, ImageVerdict::Nothing};
     if (!ending.failedToStart()) {
-        verdict = judgeImageRun({ending.exitCode(), corruptInputCode, ending.isWhole(),
-                                 QFileInfo(workspace.inputPath).size(), QFileInfo(workspace.outputPath).size()});
+        verdict =
+            judgeImageRun({ending.exitCode(), corruptInputCode, ending.isWhole(),
+                           QFileInfo(workspace.inputPath).size(), QFileInfo(workspace.outputPath).size()});
     }
     if (!deliver(verdict.delivery, workspace, outputPath))
         verdict = kNoOutputVerdict;

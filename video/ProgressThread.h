@@ -6,8 +6,6 @@
 #include <QThread>
 #include <QWaitCondition>
 
-
-
 /// Follows the file that ffmpeg writes with "-progress" and reports how far the encode is.
 ///
 /// The owner constructs, starts and destroys it in its own thread; requestStop() may be called from any. The
@@ -27,8 +25,8 @@ public:
     void requestStop();
 
 signals:
-    /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the duration.
-    /// Emitted in this thread.
+    /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the
+    /// duration. Emitted in this thread.
     void threadCompressProcess(float progress);
 
 protected:
