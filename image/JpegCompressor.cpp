@@ -21,13 +21,6 @@ JpegCompressor::JpegCompressor(const QVariantMap& params)
 {
 }
 
-JpegCompressor::~JpegCompressor()
-{
-    // The encoder goes first: it still writes into the folder.
-    mProcess.reset();
-    removeWorkspace(mCompressDir);
-}
-
 bool JpegCompressor::start()
 {
     if (!endRunningJob(this, mProcess))
@@ -36,7 +29,8 @@ bool JpegCompressor::start()
     const QString tool = toolPath("cJpeg");
     if (!QFile::exists(tool))
         return false;
-    mProcess->run(commandLine(tool, buildCommand()));
+    const QString command = commandLine(tool, buildCommand());
+    mProcess->run(command, [dir = mCompressDir](bool) { removeWorkspace(dir); });
     mState = Running;
     return true;
 }
@@ -60,7 +54,6 @@ void JpegCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitS
 
 QStringList JpegCompressor::buildCommand()
 {
-    removeWorkspace(mCompressDir);
     const Workspace workspace = makeWorkspace(mInputPath);
     mCompressDir = workspace.dir;
     mTempInputPath = workspace.inputPath;

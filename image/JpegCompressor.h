@@ -12,7 +12,6 @@ class JpegCompressor : public CompressTask
 
 public:
     explicit JpegCompressor(const QVariantMap& params);
-    ~JpegCompressor() override;
 
     bool start() override;
     void stop() override;

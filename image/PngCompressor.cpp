@@ -22,13 +22,6 @@ PngCompressor::PngCompressor(const QVariantMap& params)
 {
 }
 
-PngCompressor::~PngCompressor()
-{
-    // The encoder goes first: it still writes into the folder.
-    mProcess.reset();
-    removeWorkspace(mCompressDir);
-}
-
 bool PngCompressor::start()
 {
     if (!endRunningJob(this, mProcess))
@@ -38,7 +31,8 @@ bool PngCompressor::start()
     debugLine() << "pngquant:" << tool;
     if (!QFile::exists(tool))
         return false;
-    mProcess->run(commandLine(tool, buildCommand()));
+    const QString command = commandLine(tool, buildCommand());
+    mProcess->run(command, [dir = mCompressDir](bool) { removeWorkspace(dir); });
     mState = Running;
     return true;
 }
@@ -62,7 +56,6 @@ void PngCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitSt
 
 QStringList PngCompressor::buildCommand()
 {
-    removeWorkspace(mCompressDir);
     const Workspace workspace = makeWorkspace(mInputPath);
     mCompressDir = workspace.dir;
     mTempInputPath = workspace.inputPath;

@@ -12,7 +12,6 @@ class PngCompressor : public CompressTask
 
 public:
     explicit PngCompressor(const QVariantMap& params);
-    ~PngCompressor() override;
 
     bool start() override;
     void stop() override;

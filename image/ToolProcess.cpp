@@ -1,5 +1,9 @@
 #include "image/ToolProcess.h"
 
+#include <QThread>
+
+#include <utility>
+
 #include "compressor/ICompressTask.h"
 #include "image/DebugLine.h"
 #include "image/Platform.h"
@@ -26,8 +30,9 @@ ToolProcess::Pointer ToolProcess::makeFor(ICompressTask* task)
     return process;
 }
 
-void ToolProcess::run(const QString& command)
+void ToolProcess::run(const QString& command, CleanUp cleanUp)
 {
+    mCleanUp = std::move(cleanUp);
     mPhase = Phase::Running;
     startCommand(command, QIODevice::ReadWrite);
 }
@@ -57,12 +62,22 @@ bool ToolProcess::killAndWait()
 void ToolProcess::Release::operator()(ToolProcess* process) const
 {
     process->disconnect();
-    if (process->state() != NotRunning)
-        process->killAndWait();
-    if (process->mInSlot)
-        process->deleteLater();
+    if (process->thread() == QThread::currentThread())
+        process->abandon();
     else
-        delete process;
+        QMetaObject::invokeMethod(process, &ToolProcess::abandon, Qt::QueuedConnection);
+}
+
+void ToolProcess::abandon()
+{
+    if (state() != NotRunning)
+        killAndWait();
+    if (isUnsettled() && mCleanUp)
+        mCleanUp(mayHaveOutput());
+    if (mInSlot)
+        deleteLater();
+    else
+        delete this;
 }
 
 ToolProcess::Ending::Ending(ToolProcess* process, int exitCode, ExitStatus exitStatus)

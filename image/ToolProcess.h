@@ -3,6 +3,7 @@
 #include <QPointer>
 #include <QProcess>
 
+#include <functional>
 #include <memory>
 
 class ICompressTask;
@@ -28,7 +29,11 @@ public:
     /// How long a killed encoder is waited for.
     static constexpr int kKillTimeoutMs = 500;
 
-    /// Lets go of a process: ends it silently and deletes it, later if it is in the middle of its signal.
+    /// Removes what a run left behind. `mayHaveOutput` tells whether its encoder got as far as to start.
+    using CleanUp = std::function<void(bool mayHaveOutput)>;
+
+    /// Lets go of a process: ends its run silently, with the clean-up where nobody has judged it yet, and
+    /// deletes it. That happens later when it is in the middle of its signal or when this is not its thread.
     struct Release
     {
         void operator()(ToolProcess* process) const;
@@ -39,8 +44,9 @@ public:
     /// `onCompressFinished(int, QProcess::ExitStatus)`.
     static Pointer makeFor(ICompressTask* task);
 
-    /// Hands the command to the system.
-    void run(const QString& command);
+    /// Hands the command to the system. The clean-up is for a run that is let go before its end; a task's
+    /// finish slot does its own.
+    void run(const QString& command, CleanUp cleanUp);
 
     /// From run() until an Ending is settled.
     bool isUnsettled() const { return mPhase != Phase::Settled; }
@@ -90,8 +96,10 @@ private:
     };
 
     ToolProcess();
+    void abandon();
     void reportFailedStart(QProcess::ProcessError error);
 
+    CleanUp mCleanUp;
     Phase mPhase = Phase::Settled;
     bool mStopRequested = false;
     bool mInSlot = false;

@@ -19,14 +19,6 @@ WebpCompressor::WebpCompressor(const QVariantMap& params)
 {
 }
 
-WebpCompressor::~WebpCompressor()
-{
-    const bool mayHaveOutput = mProcess && mProcess->mayHaveOutput();
-    mProcess.reset();
-    if (mayHaveOutput)
-        removeFailedOutput(mOutputPath, mInputPath);
-}
-
 bool WebpCompressor::start()
 {
     if (!endRunningJob(this, mProcess))
@@ -36,7 +28,11 @@ bool WebpCompressor::start()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    mProcess->run(commandLine(tool, buildCommand()));
+    mProcess->run(commandLine(tool, buildCommand()),
+                  [output = mOutputPath, input = mInputPath](bool mayHaveOutput) {
+                      if (mayHaveOutput)
+                          removeFailedOutput(output, input);
+                  });
     return true;
 }
 

@@ -12,7 +12,6 @@ class WebpCompressor : public CompressTask
 
 public:
     explicit WebpCompressor(const QVariantMap& params);
-    ~WebpCompressor() override;
 
     bool start() override;
     void stop() override;

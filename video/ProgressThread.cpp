@@ -31,10 +31,40 @@ void ProgressThread::requestStop()
     mStopRequested.wakeAll();
 }
 
+void ProgressThread::silence()
+{
+    {
+        const QMutexLocker lock(&mMutex);
+        mSilent = true;
+    }
+    if (mReporting.tryLock(kStopTimeoutMs))
+        mReporting.unlock();
+}
+
+void ProgressThread::Release::operator()(ProgressThread* monitor) const
+{
+    monitor->disconnect();
+    monitor->requestStop();
+    if (QThread::currentThread() != monitor && monitor->QThread::wait(kStopTimeoutMs)) {
+        delete monitor;
+        return;
+    }
+    connect(monitor, &QThread::finished, monitor, &QObject::deleteLater);
+    // It may have finished before the connection was made.
+    if (monitor->isFinished())
+        monitor->deleteLater();
+}
+
 bool ProgressThread::shouldRun()
 {
     const QMutexLocker lock(&mMutex);
     return mRunning;
+}
+
+bool ProgressThread::isSilent()
+{
+    const QMutexLocker lock(&mMutex);
+    return mSilent;
 }
 
 // A stop request ends the pause.
@@ -51,7 +81,9 @@ void ProgressThread::run()
     QByteArray line;
     while (shouldRun()) {
         if (mWaitingForFile) {
-            mWaitingForFile = !file.open(QIODevice::ReadOnly | QIODevice::Text);
+            // An encoder without a command gets no file; it ends by itself soon.
+            mWaitingForFile =
+                mProgressFilePath.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Text);
             if (mWaitingForFile) {
                 pause(kOpenIntervalMs);
                 continue;
@@ -73,7 +105,8 @@ void ProgressThread::run()
         }
     }
     file.close();
-    file.remove();
+    if (!mProgressFilePath.isEmpty())
+        file.remove();
 }
 
 void ProgressThread::report(const QByteArray& line)
@@ -82,5 +115,7 @@ void ProgressThread::report(const QByteArray& line)
     if (parts.size() != 2 || parts[0] != "out_time_us" || !(mDuration > 0))
         return;
     const float milliseconds = std::abs(parts[1].toFloat()) / 1000.0F;
-    emit threadCompressProcess(milliseconds / mDuration);
+    const QMutexLocker reporting(&mReporting);
+    if (!isSilent())
+        emit threadCompressProcess(milliseconds / mDuration);
 }

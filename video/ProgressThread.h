@@ -6,6 +6,8 @@
 #include <QThread>
 #include <QWaitCondition>
 
+#include <memory>
+
 /// Follows the file that ffmpeg writes with "-progress" and reports how far the encode is.
 ///
 /// The owner constructs, starts and destroys it in its own thread; requestStop() may be called from any. The
@@ -15,6 +17,17 @@ class ProgressThread : public QThread
     Q_OBJECT
 
 public:
+    /// How long an owner waits for a monitor that it has asked to stop.
+    static constexpr unsigned long kStopTimeoutMs = 500;
+
+    /// Lets go of a monitor, also from inside its own signal: it is asked to stop, waited for at most
+    /// kStopTimeoutMs, and deletes itself later when a receiver of its signal still holds it.
+    struct Release
+    {
+        void operator()(ProgressThread* monitor) const;
+    };
+    using Pointer = std::unique_ptr<ProgressThread, Release>;
+
     /// @param duration the expected length of the output in milliseconds; 0 or less: nothing is reported.
     /// @param progressFilePath the file that ffmpeg will create.
     ProgressThread(float duration, QString progressFilePath);
@@ -23,6 +36,10 @@ public:
     ~ProgressThread() override;
 
     void requestStop();
+
+    /// The monitor goes on, but reports nothing more once this has returned. It waits for a report that is
+    /// being delivered, at most kStopTimeoutMs.
+    void silence();
 
 signals:
     /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the
@@ -34,6 +51,7 @@ protected:
 
 private:
     bool shouldRun();
+    bool isSilent();
     void pause(unsigned long milliseconds);
     void report(const QByteArray& line);
 
@@ -43,4 +61,6 @@ private:
     QMutex mMutex;
     QString mProgressFilePath;
     QWaitCondition mStopRequested;
+    QMutex mReporting;    ///< held while a report is delivered
+    bool mSilent = false; ///< guarded by mMutex
 };
