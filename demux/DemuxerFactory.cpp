@@ -1,0 +1,27 @@
+#include "demux/DemuxerFactory.h"
+
+#include <QFileInfo>
+
+#include "demux/FFVobDemuxer.h"
+#include "hostlibs/VantorBase.h"
+
+namespace Vantor {
+
+namespace {
+
+bool isVobEnabled()
+{
+    return VantorBaseEntry()->settings()[QStringLiteral("kVob_DeMux_Enabled")].toBool();
+}
+
+} // namespace
+
+QSharedPointer<FFDemuxer> createDemuxer(const QString& path, bool forceVob)
+{
+    const auto isVob = [&path] { return QFileInfo(path).suffix().toLower() == QLatin1String("vob"); };
+    if (forceVob || (isVob() && isVobEnabled()))
+        return QSharedPointer<FFVobDemuxer>::create();
+    return QSharedPointer<FFDemuxer>::create();
+}
+
+} // namespace Vantor
