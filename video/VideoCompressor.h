@@ -2,13 +2,13 @@
 
 #include <QString>
 
-#include <memory>
-
 #include "compressor/CompressTask.h"
 #include "image/ToolProcess.h"
 #include "video/ProgressThread.h"
 
-/// Re-encodes a video with ffmpeg.
+struct SourceProbe;
+
+/// Re-encodes a video with ffmpeg, which writes the output path itself.
 class VideoCompressor : public CompressTask
 {
     Q_OBJECT
@@ -16,16 +16,36 @@ class VideoCompressor : public CompressTask
 public:
     explicit VideoCompressor(const QVariantMap& params);
 
+    bool start() override;
+    void stop() override;
+    bool estimate() override;
+
+    /// The fragments of ffmpeg's command line, without the program: blanks separate words, also within a
+    /// fragment, and paths are quoted. Each build names a progress file, and the first two store the source's
+    /// duration. Empty when the source cannot be opened; then nothing is stored.
+    QStringList buildQualityCommand();
+    QStringList buildSizeCommand();
+    QStringList buildSampleCommand();
+
+protected slots:
+    void onCompressProgress(float progress);
+    void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
+
 private:
+    QStringList transcodeElements(const SourceProbe& source);
+    void launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection);
+    void finishSuccessfully(ToolProcess::Ending& ending);
+
     QString mInputPath;
     QString mOutputPath;
-    QString mQuality;    ///< the constant rate factor, when not mIsPercentage
-    QString mPercentage; ///< the wanted size in percent of the source's, when mIsPercentage
+    QString mQuality;    ///< the constant rate factor, unless mIsPercentage
+    QString mPercentage; ///< the wanted size in percent of the source's, if mIsPercentage
     QString mPreset;     ///< kept for the host; no command uses it
     QString mScale;
-    qint64 mDurationMs = 0; ///< the source's, written by the builders
+    qint64 mDurationMs = 0; ///< the source's; below 1 when unknown
     bool mIsPercentage;
-    QString mProgressFilePath; ///< written by the builders
+    QString mProgressFilePath;
     ToolProcess::Pointer mProcess;
-    std::unique_ptr<ProgressThread> mProgressThread;
+    // The last member, and so the first to go: no progress comes from a half-destroyed task.
+    ProgressThread::Pointer mProgressThread;
 };

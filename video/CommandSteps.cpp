@@ -1,0 +1,134 @@
+#include "video/CommandSteps.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <cmath>
+#include <thread>
+
+#include "demux/DemuxerFactory.h"
+#include "demux/FFDemuxer.h"
+#include "demux/MediaDescription.h"
+#include "hostlibs/VxMediaInfo.h"
+#include "image/CommandLine.h"
+#include "image/DebugLine.h"
+#include "video/InfoEstimate.h"
+#include "video/PictureSize.h"
+#include "video/TargetBitrate.h"
+
+namespace {
+
+// The first build of a process takes number 2.
+qint32 progressFileCounter = 1;
+
+} // namespace
+
+SourceProbe::SourceProbe(const QString& path) : demuxer(Vantor::createDemuxer(path, false))
+{
+    if (demuxer->open(path))
+        media = Vantor::describeMedia(*demuxer);
+}
+
+bool SourceProbe::coverComesFirst() const
+{
+    const auto& streams = media->videoStreams;
+    return streams.size() >= 2 && streams[0]->isAttachedPicture;
+}
+
+QSharedPointer<Vantor::VideoStreamDescription> SourceProbe::chosenVideoStream() const
+{
+    return media->videoStreams.value(coverComesFirst() ? 1 : 0);
+}
+
+qint64 SourceProbe::describedDurationMs() const
+{
+    const auto& videos = media->videoStreams;
+    if (videos.isEmpty())
+        return media->audioStreams.isEmpty() ? 0 : media->audioStreams[0]->durationMs;
+    if (videos[0]->durationMs >= 1 && !videos[0]->isAttachedPicture)
+        return videos[0]->durationMs;
+    if (videos.size() >= 2 && videos[1]->durationMs >= 1)
+        return videos[1]->durationMs;
+    return media->durationMs;
+}
+
+qint64 SourceProbe::sourceDurationMs() const
+{
+    qint64 durationMs = describedDurationMs();
+    if (durationMs < 1)
+        Vantor::infoEstimate(demuxer->formatContext(), durationMs);
+    return durationMs;
+}
+
+QString outputSuffix(const QString& outputPath)
+{
+    return QFileInfo(outputPath).suffix().toLower();
+}
+
+QString audioCodecElement(const QString& outputPath)
+{
+    static const struct
+    {
+        QLatin1String suffix;
+        QLatin1String element;
+    } kAudioCodecs[] = {
+        // Disc players know AC-3, not AAC.
+        {QLatin1String("m2ts"), QLatin1String("-c:a ac3")},
+        {QLatin1String("mkv"), QLatin1String("-c:a aac")},
+        {QLatin1String("mp4"), QLatin1String("-c:a aac")},
+        {QLatin1String("mov"), QLatin1String("-c:a aac")},
+        {QLatin1String("m4v"), QLatin1String("-c:a aac")},
+        {QLatin1String("f4v"), QLatin1String("-c:a aac")},
+        // The older containers' players expect MP3.
+        {QLatin1String("avi"), QLatin1String("-c:a mp3")},
+        {QLatin1String("flv"), QLatin1String("-c:a mp3")},
+    };
+    const QString suffix = outputSuffix(outputPath);
+    for (const auto& row : kAudioCodecs) {
+        if (suffix == row.suffix)
+            return row.element;
+    }
+    return {};
+}
+
+QStringList inputElements(const QString& inputPath)
+{
+    return {QStringLiteral("-i"), quotedPath(inputPath), QStringLiteral("-c:v libx264"),
+            QStringLiteral("-pix_fmt yuv420p")};
+}
+
+QStringList bitrateElements(const QString& inputPath, const QString& percentage, qint64 durationMs)
+{
+    const auto source = Vantor::getMediaInfo(inputPath, -1, true);
+    const QString bitrate = QString::number(targetBitrateKbit(*source, percentage, durationMs)) + u'k';
+    return {QStringLiteral("-vb"), bitrate, QLatin1String("-minrate ") + bitrate,
+            QLatin1String("-maxrate ") + bitrate, QLatin1String("-bufsize ") + bitrate};
+}
+
+QStringList outputElements(const QString& outputPath, const QString& progressFilePath)
+{
+    return {quotedPath(outputPath), QStringLiteral("-progress"), quotedPath(progressFilePath)};
+}
+
+QString scaleElement(const SourceProbe& source, const QString& scale)
+{
+    const auto stream = source.chosenVideoStream();
+    const QSize size = scaledSize(stream ? displaySize(*stream) : QSize(0, 0), scale);
+    return QStringLiteral("scale=%1:%2").arg(size.width()).arg(size.height());
+}
+
+int encoderThreadCount()
+{
+    const unsigned hardwareThreads = std::thread::hardware_concurrency();
+    const float count = std::ceil(static_cast<float>(hardwareThreads) / 3.0F);
+    debugLine() << "threadCount:" << hardwareThreads;
+    debugLine() << "currenThreadCount:" << count;
+    return static_cast<int>(count);
+}
+
+QString nextProgressFilePath()
+{
+    ++progressFileCounter;
+    return QDir::cleanPath(QDir::tempPath() + u'/' +
+                           QStringLiteral("progress_%1.txt").arg(progressFileCounter));
+}
