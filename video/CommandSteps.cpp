@@ -56,7 +56,7 @@ qint64 SourceProbe::sourceDurationMs() const
 {
     qint64 durationMs = describedDurationMs();
     if (durationMs < 1)
-        Vantor::infoEstimate(demuxer->formatContext(), durationMs);
+        infoEstimate(demuxer->formatContext(), durationMs);
     return durationMs;
 }
 

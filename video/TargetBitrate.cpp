@@ -41,7 +41,7 @@ qint32 targetBitrateKbit(const Vantor::MediaInfoV3& source, const QString& perce
 {
     qint64 audioBitrate = 0;
     for (const auto& stream : source.audioStreams)
-        audioBitrate += stream.bitrate;
+        audioBitrate += stream->bitrate;
 
     // Single precision throughout: other bits here are other bitrates.
     float bits = static_cast<float>(source.size) * (percentage.toFloat() / 100.0F);
