@@ -28,7 +28,7 @@ void ProgressThread::requestStop()
 {
     const QMutexLocker lock(&mMutex);
     mRunning = false;
-    mStopRequested.wakeAll();
+    mWakeUp.wakeAll();
 }
 
 void ProgressThread::silence()
@@ -36,6 +36,7 @@ void ProgressThread::silence()
     {
         const QMutexLocker lock(&mMutex);
         mSilent = true;
+        mWakeUp.wakeAll();
     }
     if (mReporting.tryLock(kStopTimeoutMs))
         mReporting.unlock();
@@ -67,12 +68,12 @@ bool ProgressThread::isSilent()
     return mSilent;
 }
 
-// A stop request ends the pause.
+// A stop request and the encoder's end cut the pause short.
 void ProgressThread::pause(unsigned long milliseconds)
 {
     const QMutexLocker lock(&mMutex);
     if (mRunning)
-        mStopRequested.wait(&mMutex, milliseconds);
+        mWakeUp.wait(&mMutex, milliseconds);
 }
 
 void ProgressThread::run()

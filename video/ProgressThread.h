@@ -37,8 +37,8 @@ public:
 
     void requestStop();
 
-    /// The monitor goes on, but reports nothing more once this has returned. It waits for a report that is
-    /// being delivered, at most kStopTimeoutMs.
+    /// For the encoder's end: the monitor reads on to the end marker at once, and reports nothing more once
+    /// this has returned. It waits for a report that is being delivered, at most kStopTimeoutMs.
     void silence();
 
 signals:
@@ -60,7 +60,7 @@ private:
     bool mWaitingForFile = true;
     QMutex mMutex;
     QString mProgressFilePath;
-    QWaitCondition mStopRequested;
+    QWaitCondition mWakeUp;
     QMutex mReporting;    ///< held while a report is delivered
     bool mSilent = false; ///< guarded by mMutex
 };
