@@ -3,12 +3,15 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QTemporaryFile>
 
 #include <filesystem>
 
 namespace {
 
 constexpr qint64 kCopyBlockBytes = 1 << 20;
+// ffmpeg writes so much at a time.
+constexpr int kDiskProbeBytes = 1 << 15;
 
 bool copyAll(QFile& source, QSaveFile& target)
 {
@@ -42,4 +45,13 @@ void removeFailedOutput(const QString& outputPath, const QString& inputPath)
 {
     if (!isSameFile(outputPath, inputPath))
         QFile::remove(outputPath);
+}
+
+// Asked by writing: free space in numbers knows neither quotas nor what is reserved for whom.
+bool isDiskFull(const QString& outputPath)
+{
+    QTemporaryFile probe(QFileInfo(outputPath).absolutePath() + QLatin1String("/.diskprobe-XXXXXX"));
+    if (!probe.open())
+        return false;
+    return probe.write(QByteArray(kDiskProbeBytes, 'x')) != kDiskProbeBytes || !probe.flush();
 }

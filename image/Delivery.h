@@ -12,3 +12,6 @@ bool deliverFile(const QString& from, const QString& to);
 
 /// Removes an output that a failed or stopped encoder left behind, unless it is the source itself.
 void removeFailedOutput(const QString& outputPath, const QString& inputPath);
+
+/// Whether the disk below an output takes no more.
+bool isDiskFull(const QString& outputPath);

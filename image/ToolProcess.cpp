@@ -6,6 +6,7 @@
 
 #include "compressor/ICompressTask.h"
 #include "image/DebugLine.h"
+#include "image/Delivery.h"
 #include "image/Platform.h"
 
 ToolProcess::ToolProcess()
@@ -97,6 +98,12 @@ ToolProcess::Ending::~Ending()
     settle();
     if (mProcess)
         mProcess->mInSlot = false;
+}
+
+void ToolProcess::Ending::distrustFullDisk(const QString& outputPath)
+{
+    if (mExitCode == 0 && isDiskFull(outputPath))
+        mExitCode = kWriteError;
 }
 
 void ToolProcess::Ending::settle()

@@ -26,6 +26,8 @@ public:
     static constexpr int kKilled = 62097;
     /// The exit code of a run whose program could not be started.
     static constexpr int kFailedToStart = -2;
+    /// ffmpeg's exit code when it cannot write its output, among others.
+    static constexpr int kWriteError = 1;
     /// How long a killed encoder is waited for.
     static constexpr int kKillTimeoutMs = 500;
 
@@ -75,6 +77,9 @@ public:
         bool failedToStart() const { return mExitCode == kFailedToStart; }
         /// The encoder was neither stopped nor killed nor did it crash: what it wrote is as it meant it.
         bool isWhole() const { return mExitStatus == QProcess::NormalExit && !failedToStart(); }
+        /// For an encoder that writes the output path itself: ffmpeg up to 6.0 ends with 0 when only its last
+        /// writes failed. A success on a full disk becomes kWriteError.
+        void distrustFullDisk(const QString& outputPath);
         /// The run has no files left to judge or remove. To be called before the task tells the host.
         void settle();
         /// Writes the image tasks' line on the end to the debug log.

@@ -50,6 +50,7 @@ void WebpCompressor::stop()
 void WebpCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
+    ending.distrustFullDisk(mOutputPath);
     const bool larger = QFileInfo(mOutputPath).size() > QFileInfo(mInputPath).size();
     if (larger && !ending.failedToStart()) {
         const bool delivered = replaceBySource(ending);

@@ -109,6 +109,7 @@ void VideoCompressor::stop()
 void VideoCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
+    ending.distrustFullDisk(mOutputPath);
     if (ending.exitCode() == 0) {
         finishSuccessfully(ending);
         return;

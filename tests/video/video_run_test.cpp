@@ -1,9 +1,15 @@
 // The run of a video task, its cancel and its estimate, with a fake ffmpeg and a real, tiny source.
+#include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <algorithm>
 #include <thread>
+
+#ifdef Q_OS_LINUX
+#include <sys/mount.h>
+#endif
 
 #include "tests/support/FakeEncoder.h"
 #include "tests/support/MessageCapture.h"
@@ -65,6 +71,7 @@ private slots:
     void mayBeReleasedAnywhere_data();
     void mayBeReleasedAnywhere();
     void mayBeReleasedInTheMonitorsThread();
+    void aFullDiskIsAFailure();
     void mayBeStartedAgainInItsFinish();
     void aMissingEndMarkerHoldsNobodyUp();
     void estimateTellsProgressOfTheSample();
@@ -380,6 +387,22 @@ void VideoRunTest::estimateTellsProgressOfTheSample()
     QCOMPARE(progressThread, QThread::currentThread());
     QVERIFY(mFake->runs().value(0).arguments.contains(QLatin1String("15")));
     QVERIFY(QFileInfo::exists(mOutput));
+}
+
+// ffmpeg ends with 0 when only its last writes failed.
+void VideoRunTest::aFullDiskIsAFailure()
+{
+#ifdef Q_OS_LINUX
+    const QString disk = mFolder->path(QStringLiteral("small disk"));
+    QDir().mkpath(disk);
+    if (mount("tmpfs", QFile::encodeName(disk).constData(), "tmpfs", 0, "size=8k") != 0)
+        QSKIP("mounting a small disk is not allowed here");
+    const auto unmount = qScopeGuard([&] { umount(QFile::encodeName(disk).constData()); });
+    TaskProbe probe(params(QStringLiteral("small disk/out.mp4")));
+    QVERIFY(probe.run());
+    QCOMPARE(probe.finish(), Finish(1, QStringLiteral(" Check the parameters please ")));
+    QCOMPARE(QDir(disk).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
+#endif
 }
 
 // A host's window may be waiting for the task while the monitor waits for the window.
