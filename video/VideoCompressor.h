@@ -27,6 +27,9 @@ public:
     QStringList buildSizeCommand();
     QStringList buildSampleCommand();
 
+    /// The source's duration as the last build of the first two commands found it; below 1 when unknown.
+    qint64 durationMs() const { return mDurationMs; }
+
 protected slots:
     void onCompressProgress(float progress);
     void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
@@ -42,7 +45,7 @@ private:
     QString mPercentage; ///< the wanted size in percent of the source's, if mIsPercentage
     QString mPreset;     ///< kept for the host; no command uses it
     QString mScale;
-    qint64 mDurationMs = 0; ///< the source's; below 1 when unknown
+    qint64 mDurationMs = 0;
     bool mIsPercentage;
     QString mProgressFilePath;
     ToolProcess::Pointer mProcess;
