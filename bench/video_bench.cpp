@@ -1,5 +1,6 @@
 // Measures the video task from inside a host: see video.sh, which makes its source and calls it.
 //
+//   video_bench command SOURCE OUTPUT      the arguments of the quality command, as a shell takes them
 //   video_bench first-instruction SOURCE   ms from start() to the encoder's first instruction; the "ffmpeg"
 //   beside
 //                                          this program must be encoder_clock
@@ -8,9 +9,9 @@
 //                                          seconds for N encodes, and the processor time of this process
 //                                          (the monitors and the event loop) as a share of one core
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "compressor/CompressorEntry.h"
+#include "video/VideoCompressor.h"
 
 namespace {
 
@@ -37,12 +39,17 @@ double secondsOf(clockid_t clock)
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
+QVariantMap params(const QString& source, const QString& output)
+{
+    return {{QStringLiteral("inputPath"), source},
+            {QStringLiteral("outputPath"), output},
+            {QStringLiteral("quality"), QStringLiteral("28")},
+            {QStringLiteral("scale"), QStringLiteral("1")}};
+}
+
 Task makeTask(const QString& source, const QString& output)
 {
-    return CompressorEntry()->createTask({{QStringLiteral("inputPath"), source},
-                                          {QStringLiteral("outputPath"), output},
-                                          {QStringLiteral("quality"), QStringLiteral("28")},
-                                          {QStringLiteral("scale"), QStringLiteral("1")}});
+    return CompressorEntry()->createTask(params(source, output));
 }
 
 void waitFor(int milliseconds)
@@ -128,8 +135,11 @@ int main(int argc, char** argv)
 {
     const QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     const QTemporaryDir folder;
-    if (arguments.size() == 3 && arguments[1] == QLatin1String("first-instruction"))
+    if (arguments.size() == 4 && arguments[1] == QLatin1String("command"))
+        out() << VideoCompressor(params(arguments[2], arguments[3])).buildQualityCommand().join(u' ') << '\n';
+    else if (arguments.size() == 3 && arguments[1] == QLatin1String("first-instruction"))
         firstInstruction(arguments[2], folder);
     else if (arguments.size() == 3 && arguments[1] == QLatin1String("stop"))
         stopEncode(arguments[2], folder);
