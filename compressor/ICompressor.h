@@ -21,15 +21,12 @@ public:
     /// The suffix of "outputPath" chooses the encoder: jpg and jpeg, png, webp; every other suffix, none
     /// included, is a video. The keys of the map, all texts but for one:
     ///
-    ///  - "inputPath": the source file. It is read only; no task ever changes or removes it, unless it is
-    ///  also
-    ///    the output path of a JPEG or PNG job, which then replaces it whole.
-    ///  - "outputPath": the result. Absolute paths are best: a relative one counts from the working
-    ///  directory.
+    ///  - "inputPath": the source file. It is only read; no task ever changes or removes it, unless it is
+    ///    also the output path of a JPEG or PNG job, which then replaces it whole.
+    ///  - "outputPath": the result. Absolute paths are best: a relative one counts from the working folder.
     ///  - "quality": images: the encoder's quality, 0 to 100 (PNG: the upper end of the range aimed at).
-    ///  Video:
-    ///    the constant rate factor, 0 (best) to 51, or with "isPercentage" the wanted size in percent of the
-    ///    source's, 1 to 100. It reaches the encoder as it is.
+    ///    Video: the constant rate factor, 0 (best) to 51, or with "isPercentage" the wanted size in percent
+    ///    of the source's, 1 to 100. It reaches the encoder as it is.
     ///  - "isPercentage" (bool, video): aim at a size instead of a quality.
     ///  - "scale" (video): "1", "2" or "4" divides the picture's sides; they become multiples of 4.
     ///  - "preset" (video): accepted and kept; no command depends on it.

@@ -10,9 +10,8 @@ class ICompressTask;
 
 /// One run of an external encoder. It adds to QProcess what every task needs:
 ///
-///  - `finished` comes exactly once for a run, also when the program cannot be started: then with
-///  kFailedToStart,
-///    and not before the event loop turns;
+///  - `finished` comes exactly once for a run, also when the program cannot be started: then with the code
+///    kFailedToStart, and not before the event loop turns;
 ///  - the encoder ends when this process or this object does, without a signal of a half-destroyed task;
 ///  - its output and error channels go nowhere, so that a talkative encoder costs the host no memory.
 ///
