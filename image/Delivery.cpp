@@ -36,7 +36,9 @@ bool deliverFile(const QString& from, const QString& to)
 {
     QFile source(from);
     QSaveFile target(to);
-    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
+    // Unbuffered: a full disk must show at write(), since commit() takes no notice of a last buffer it
+    // couldn't write.
+    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
     return copyAll(source, target) && target.commit();
 }
