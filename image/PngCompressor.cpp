@@ -48,9 +48,9 @@ void PngCompressor::stop()
 void PngCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
-    const ImageReport report =
-        finishWorkspaceRun(ending, kCorruptInputCode,
-                           {std::exchange(mCompressDir, {}), mTempInputPath, mTempOutputPath}, mOutputPath);
+    const ImageReport report = finishWorkspaceRun(
+        ending, kCorruptInputCode,
+        {std::exchange(mCompressDir, {}), mTempInputPath, mTempOutputPath, mInputPath}, mOutputPath);
     emit compressFinished(report.finishCode, report.description);
 }
 

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QUuid>
 
+#include <filesystem>
+
 #include "image/Delivery.h"
 #include "image/FinishRule.h"
 
@@ -18,11 +20,25 @@ bool deliver(ImageVerdict::Delivery delivery, const Workspace& workspace, const 
     case ImageVerdict::Result:
         return deliverFile(workspace.outputPath, outputPath);
     case ImageVerdict::Source:
-        return deliverFile(workspace.inputPath, outputPath);
+        // In place, the source is where it belongs.
+        return isSameFile(workspace.sourcePath, outputPath) || deliverFile(workspace.inputPath, outputPath);
     case ImageVerdict::Nothing:
         break;
     }
     return true;
+}
+
+// Not QFile::copy(), which waits until the disk has the copy: it lives for a moment only.
+void copySource(const QFileInfo& source, const QString& copyPath)
+{
+    // Reading a pipe or a device may never end.
+    if (!source.isFile())
+        return;
+    std::error_code error;
+    std::filesystem::copy_file(source.filesystemFilePath(), QFileInfo(copyPath).filesystemFilePath(), error);
+    // Half a source would make half a picture.
+    if (error)
+        QFile::remove(copyPath);
 }
 
 } // namespace
@@ -35,15 +51,14 @@ Workspace makeWorkspace(const QString& sourcePath)
 
     const QFileInfo source(sourcePath);
     Workspace workspace;
+    workspace.sourcePath = sourcePath;
     workspace.dir = folder.isValid() ? folder.path() : QString();
     // Without a folder both names lie below one that nobody has, and so never meet a file of anyone.
     const QString base =
         folder.isValid() ? folder.path() : temporary + u'/' + QUuid::createUuid().toString(QUuid::Id128);
     workspace.inputPath = base + QLatin1String("/temporaryImage_1.") + source.suffix();
     workspace.outputPath = base + QLatin1String("/temporaryImage_2.") + source.suffix();
-    // Only a regular file: reading a pipe or a device may never end.
-    if (source.isFile())
-        QFile::copy(sourcePath, workspace.inputPath);
+    copySource(source, workspace.inputPath);
     return workspace;
 }
 

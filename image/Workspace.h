@@ -10,6 +10,7 @@ struct Workspace
     QString dir;        ///< empty when it could not be made
     QString inputPath;  ///< the copy of the source that the encoder reads
     QString outputPath; ///< where the encoder writes
+    QString sourcePath; ///< the source itself, which no encoder sees
 };
 
 /// Makes a folder directly in the temporary location, for this user alone, and copies the source into it.
