@@ -17,7 +17,8 @@ ImageVerdict judgeImageRun(const ImageRun& run)
     // The size comes first: a result that grew gives way to the source whatever the exit code says.
     if (run.resultBytes > run.sourceBytes)
         return {run.exitCode, false, true, ifWhole(run, ImageVerdict::Source)};
-    if (run.exitCode == run.corruptInputCode)
+    // The exit code of a crash is a signal's number and says nothing of the input.
+    if (run.endedWhole && run.exitCode == run.corruptInputCode)
         return {kCorruptInputFinishCode, true, true, ImageVerdict::Nothing};
     // An empty file is no image.
     if (run.resultBytes == 0)
