@@ -41,9 +41,9 @@ void WebpCompressor::stop()
     if (!mProcess)
         return;
     mState = Stopped;
-    const bool mayHaveOutput = mProcess->mayHaveOutput();
-    // After a true result this task may be gone: the finish came from inside, and it has cleaned up.
-    if (!mProcess->killAndWait() && mayHaveOutput)
+    // After a true result this task may be gone: the finish came from inside, and it has cleaned up. After a
+    // false one it may have turned out that the encoder never started.
+    if (!mProcess->killAndWait() && mProcess->mayHaveOutput())
         removeFailedOutput(mOutputPath, mInputPath);
 }
 
@@ -51,12 +51,14 @@ void WebpCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitS
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
     ending.distrustFullDisk(mOutputPath);
-    const bool larger = QFileInfo(mOutputPath).size() > QFileInfo(mInputPath).size();
+    const QFileInfo output(mOutputPath);
+    // A folder at the output path has a size too.
+    const bool larger = output.isFile() && output.size() > QFileInfo(mInputPath).size();
     if (larger && !ending.failedToStart()) {
         const bool delivered = replaceBySource(ending);
         ending.log();
         mState = delivered ? Succeeded : Failed;
-        const bool lost = ending.isWhole() && !delivered;
+        const bool lost = ending.exitCode() == 0 && !delivered;
         finish(ending, lost ? kNotDeliveredCode : ending.exitCode(),
                lost ? QStringLiteral("fail") : QString());
     } else if (ending.exitCode() != 0) {
