@@ -1,17 +1,19 @@
 // Stands in for cJpeg, pngquant and ffmpeg. It finds its source and its output by their command lines and
 // does what the environment says, in this order:
 //
-//   FAKE_RECORD=folder       writes its arguments, the program first, one a line, into the file
-//   <pid>.arguments FAKE_DELAY_MS=n          sleeps before it writes FAKE_PROGRESS=script     writes the file
-//   behind "-progress": pieces separated by "|", "\n" in them is a line
-//                            end, and a piece "@n" is a pause of n ms
-//   FAKE_OUTPUT=size         the output's size: "none" for no file, "empty", "half" (of the source's, the
-//   default),
-//                            or a signed number of bytes on top of the source's, such as "-10", "+0", "+1"
-//   FAKE_STDERR_MB=n         writes n MB to standard error and to standard output
-//   FAKE_RECORD              writes the empty file <pid>.written
-//   FAKE_END=exit|crash|hang how it ends
-//   FAKE_EXIT=n              with which exit code
+// - FAKE_RECORD=folder: writes its arguments, the program first, one a line, to <pid>.arguments there.
+// - FAKE_DELAY_MS=n: sleeps before it writes.
+// - FAKE_PROGRESS=script: writes the file behind "-progress". The script's pieces are separated by "|"; "\n"
+//   in them is a line end, and a piece "@n" is a pause of n ms.
+// - "-n" among the arguments: exits with 1 when the output exists.
+// - FAKE_OUTPUT=size: "none" for no output, "empty", "half" of the source's size (the default), or a signed
+//   number of bytes on top of the source's size, such as "-10", "+0", "+1". Exits with 1 where it cannot
+//   write.
+// - FAKE_STDERR_MB=n: writes n MB to standard error and to standard output.
+// - FAKE_RECORD: writes the empty file <pid>.written.
+// - FAKE_END=exit, crash or hang: how it ends.
+// - FAKE_EXIT=n: with which exit code.
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -131,10 +133,10 @@ void writeProgress(const std::string& path, const std::string& script)
     }
 }
 
-void writeOutput(const Job& job, const std::string& size)
+bool writeOutput(const Job& job, const std::string& size)
 {
     if (size == "none" || job.output.empty())
-        return;
+        return true;
     std::error_code error;
     const auto found = fs::file_size(job.source, error);
     const long long sourceBytes = error ? 0 : static_cast<long long>(found);
@@ -145,6 +147,8 @@ void writeOutput(const Job& job, const std::string& size)
         bytes = sourceBytes + std::stoll(size);
     std::ofstream file(job.output, std::ios::binary);
     file << std::string(static_cast<size_t>(bytes), 'x');
+    file.close();
+    return !file.fail();
 }
 
 void flood(int megabytes)
@@ -174,7 +178,9 @@ int main(int argc, char** argv)
     record(".arguments", arguments);
     sleepMs(setting("FAKE_DELAY_MS", "0"));
     writeProgress(job.progress, setting("FAKE_PROGRESS"));
-    writeOutput(job, setting("FAKE_OUTPUT", "half"));
+    const bool refused = std::ranges::count(arguments, "-n") > 0 && fs::exists(job.output);
+    if (refused || !writeOutput(job, setting("FAKE_OUTPUT", "half")))
+        return EXIT_FAILURE;
     flood(std::stoi(setting("FAKE_STDERR_MB", "0")));
     record(".written", {});
 
