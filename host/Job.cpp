@@ -33,6 +33,7 @@ void Job::start()
     connect(mTask.data(), SIGNAL(compressProcess(float)), this, SIGNAL(progressed(float)));
     connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this,
             SLOT(onCompressFinished(int, QString)));
+    mIsTaskRunning = true;
     if (!launch(*mTask)) {
         end(kEncoderMissing,
             QStringLiteral("the encoder %1 is missing in %2: run scripts/setup, then build again")
@@ -49,9 +50,10 @@ void Job::stop()
     if (mStopping || mEnded)
         return;
     mStopping = true;
+    if (!mIsTaskRunning)
+        return end(kJobFailed, {});
     QTimer::singleShot(kStopTimeout, this, [this] { end(kJobFailed, {}); });
-    if (mTask)
-        mTask->stop();
+    mTask->stop();
 }
 
 void Job::end(ExitStatus status, const QString& text)
@@ -67,6 +69,7 @@ void Job::end(ExitStatus status, const QString& text)
 
 void Job::onCompressFinished(int code, const QString& description)
 {
+    mIsTaskRunning = false;
     // An encoder on the same terminal has got the same Ctrl-C, and may have ended first, in whatever way.
     mStopping = mStopping || Platform::interrupt() != 0;
     if (mStopping)

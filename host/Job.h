@@ -57,6 +57,7 @@ private:
     ICompressor& mCompressor;
     Options mOptions;
     QSharedPointer<ICompressTask> mTask;
+    bool mIsTaskRunning = false;
     bool mStopping = false;
     bool mEnded = false;
 };

@@ -4,9 +4,9 @@
 
 namespace {
 
-void print(std::FILE* stream, const QString& line)
+void print(std::FILE* stream, const QString& text)
 {
-    std::fputs(line.toUtf8().constData(), stream);
+    std::fputs(text.toUtf8().constData(), stream);
     std::fflush(stream);
 }
 
@@ -20,4 +20,9 @@ void printResult(const QString& line)
 void printError(const QString& text)
 {
     print(stderr, QStringLiteral("vxcompress: %1\n").arg(text));
+}
+
+void printProgress(const QString& text)
+{
+    print(stderr, text);
 }

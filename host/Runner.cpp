@@ -5,6 +5,8 @@
 
 #include "host/CompressJob.h"
 #include "host/CompressorLibrary.h"
+#include "host/EstimateJob.h"
+#include "host/Format.h"
 #include "host/Report.h"
 
 namespace {
@@ -21,6 +23,7 @@ int Runner::exec()
     Platform::catchInterrupts(this, [this] { onInterrupt(); });
     QMetaObject::invokeMethod(this, &Runner::startJob, Qt::QueuedConnection);
     const int status = QCoreApplication::exec();
+    mLengthProbe.reset();
     mJob.reset();
     mTemporaryFolder.reset();
     return status;
@@ -39,9 +42,36 @@ void Runner::startJob()
     ICompressor* const compressor = library.load();
     if (!compressor)
         return onEnded({kEncoderMissing, false, library.errorString()});
-    mJob = std::make_unique<CompressJob>(*compressor, mOptions);
+    mJob = makeJob(*compressor);
     connect(mJob.get(), &Job::ended, this, &Runner::onEnded);
+    if (!mOptions.quiet && formatOf(mOptions.outputPath).isVideo())
+        showProgressOf(*mJob);
     mJob->start();
+}
+
+std::unique_ptr<Job> Runner::makeJob(ICompressor& compressor)
+{
+    if (mOptions.estimate)
+        return std::make_unique<EstimateJob>(compressor, mOptions);
+    return std::make_unique<CompressJob>(compressor, mOptions);
+}
+
+void Runner::showProgressOf(const Job& job)
+{
+    const bool isTerminal = Platform::isTerminal(stderr);
+    mProgressBar.emplace(isTerminal);
+    connect(&job, &Job::progressed, this, [this](float progress) {
+        if (mProgressBar)
+            mProgressBar->update(progress);
+    });
+    // The speed is for people who watch. A sample's progress is not that of the whole film.
+    if (!isTerminal || mOptions.estimate)
+        return;
+    mLengthProbe.emplace(mOptions.inputPath);
+    connect(&*mLengthProbe, &LengthProbe::answered, this, [this] {
+        if (mProgressBar)
+            mProgressBar->setLengthMs(mLengthProbe->lengthMs());
+    });
 }
 
 void Runner::onInterrupt()
@@ -52,6 +82,10 @@ void Runner::onInterrupt()
 
 void Runner::onEnded(const JobResult& result)
 {
+    // A last progress may still be on its way from the module's thread.
+    if (mProgressBar)
+        mProgressBar->clear();
+    mProgressBar.reset();
     if (result.interrupted)
         return QCoreApplication::exit(kInterruptedBase + Platform::interrupt());
     if (result.status != kDelivered)

@@ -6,7 +6,9 @@
 #include <optional>
 
 #include "host/Job.h"
+#include "host/LengthProbe.h"
 #include "host/PrivateFolder.h"
+#include "host/ProgressBar.h"
 
 /// Runs the jobs of one command line (one, for now) on the application's event loop, and tells the user.
 class Runner : public QObject
@@ -21,6 +23,8 @@ public:
 
 private:
     void startJob();
+    std::unique_ptr<Job> makeJob(ICompressor& compressor);
+    void showProgressOf(const Job& job);
     void onInterrupt();
     void onEnded(const JobResult& result);
 
@@ -28,4 +32,6 @@ private:
     // The temporary folder outlives the job, whose encoder still writes into it.
     std::optional<PrivateFolder> mTemporaryFolder;
     std::unique_ptr<Job> mJob;
+    std::optional<ProgressBar> mProgressBar;
+    std::optional<LengthProbe> mLengthProbe;
 };
