@@ -141,7 +141,8 @@ void VideoCommandsTest::buildsWholeCommands()
     static const QRegularExpression bitrate(u"\\b(\\d+)k\\b"_qs);
     const QString kbit = bitrate.match(built).captured(1);
     if (isPercentage) {
-        // Half the size over the length, at the shortest 3 s, which the counting in pairs of 512 makes shorter.
+        // Half the size over the length, at the shortest 3 s, which the counting in pairs of 512 makes
+        // shorter.
         const double wholeKbit = static_cast<double>(QFileInfo(media(source)).size()) * 0.5 * 8 / 3000;
         QVERIFY2(kbit.toInt() > 0 && kbit.toInt() < wholeKbit * 1.5, qPrintable(kbit));
         built.replace(kbit + u'k', u"Nk"_qs);

@@ -62,14 +62,32 @@ struct Probe
     }
 };
 
+QByteArray outputOf(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(-1);
+    return process.readAllStandardOutput();
+}
+
+// By decoding: a container may not know, or promise more than it holds.
+double decodedSeconds(const QString& path)
+{
+    const QByteArray progress = outputOf(
+        QStringLiteral("ffmpeg"), {QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("quiet"),
+                                   QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("null"),
+                                   QStringLiteral("-progress"), QStringLiteral("-"), QStringLiteral("-")});
+    const qsizetype last = progress.lastIndexOf("out_time_us=");
+    return last < 0 ? 0 : progress.mid(last + 12, progress.indexOf('\n', last) - last - 12).toDouble() / 1e6;
+}
+
 Probe probe(const QString& path)
 {
-    QProcess ffprobe;
-    ffprobe.start(QStringLiteral("ffprobe"),
-                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_streams"),
-                   QStringLiteral("-show_format"), QStringLiteral("-of"), QStringLiteral("json"), path});
-    ffprobe.waitForFinished(-1);
-    const QJsonObject found = QJsonDocument::fromJson(ffprobe.readAllStandardOutput()).object();
+    const QByteArray json =
+        outputOf(QStringLiteral("ffprobe"),
+                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_streams"),
+                  QStringLiteral("-show_format"), QStringLiteral("-of"), QStringLiteral("json"), path});
+    const QJsonObject found = QJsonDocument::fromJson(json).object();
     Probe result;
     result.streams = found[QLatin1String("streams")].toArray();
     result.seconds = found[QLatin1String("format")][QLatin1String("duration")].toString().toDouble();
@@ -129,7 +147,7 @@ class Sweep
 public:
     void source(const QString& path, const QStringList& containers);
     void print(const QStringList& containers) const;
-    bool promisesKept() const { return mBroken.isEmpty(); }
+    bool promisesKept() const { return mFaults.isEmpty(); }
 
 private:
     QString outcome(const QString& path, const Probe& source, const QString& container, Command command);
@@ -138,20 +156,21 @@ private:
 
     QMap<QString, QString> mCells[CommandCount]; ///< by source and container
     QStringList mSources;
-    QStringList mBroken;
+    QStringList mFaults;
 };
 
 void Sweep::source(const QString& path, const QStringList& containers)
 {
-    const Probe source = probe(path);
+    Probe source = probe(path);
+    source.seconds = decodedSeconds(path);
     const QString name = QFileInfo(path).fileName();
     mSources << name;
     for (const QString& container : containers) {
         for (int command = 0; command < CommandCount; ++command) {
             const QString cell = outcome(path, source, container, static_cast<Command>(command));
             mCells[command][name + u'/' + container] = cell;
-            if (cell.contains(QLatin1String("BROKEN")))
-                mBroken << QStringLiteral("%1 into %2, %3: %4")
+            if (cell.contains(u':'))
+                mFaults << QStringLiteral("%1 into %2, %3: %4")
                                .arg(name, container, QLatin1String(kCommandTitles[command]), cell);
         }
     }
@@ -176,10 +195,10 @@ QString Sweep::outcome(const QString& path, const Probe& source, const QString& 
     while (!folder.leftovers().isEmpty() && waiting.elapsed() < 2000)
         QThread::msleep(10);
     if (!folder.leftovers().isEmpty())
-        return QStringLiteral("BROKEN: left behind ") + folder.leftovers().join(u' ');
+        return QStringLiteral("left behind: ") + folder.leftovers().join(u' ');
     if (finish.code != 0) {
         if (exists || finish.text.isEmpty())
-            return QStringLiteral("BROKEN: a failure with an output or without a text");
+            return QStringLiteral("failed: but with an output or without a text");
         return QString::number(finish.code);
     }
     const QStringList fragments = command == Sample ? task.buildSampleCommand()
@@ -187,7 +206,7 @@ QString Sweep::outcome(const QString& path, const Probe& source, const QString& 
                                                     : task.buildQualityCommand();
     const QString fault =
         exists ? judgeResult(output, source, fragments, command) : QStringLiteral("no output");
-    return fault.isEmpty() ? QStringLiteral("plays") : QStringLiteral("BROKEN: ") + fault;
+    return fault.isEmpty() ? QStringLiteral("plays") : QStringLiteral("differs: ") + fault;
 }
 
 QString Sweep::judgeResult(const QString& output, const Probe& source, const QStringList& fragments,
@@ -207,7 +226,7 @@ QString Sweep::judgeResult(const QString& output, const Probe& source, const QSt
         return QStringLiteral("%1 for %2").arg(result.pictureSize(), size);
     const double wantedSeconds = command == Sample ? std::min(source.seconds, kSampleS) : source.seconds;
     if (source.seconds > 0 && std::abs(result.seconds - wantedSeconds) > kLengthToleranceS)
-        return QStringLiteral("%1 s for %2 s").arg(result.seconds).arg(wantedSeconds);
+        return QStringLiteral("%1 s for %2 s").arg(result.seconds, 0, 'f', 1).arg(wantedSeconds, 0, 'f', 1);
     return {};
 }
 
@@ -225,8 +244,8 @@ void Sweep::print(const QStringList& containers) const
             out << " |\n";
         }
     }
-    for (const QString& broken : mBroken)
-        QTextStream(stderr) << "broken promise: " << broken << '\n';
+    for (const QString& fault : mFaults)
+        QTextStream(stderr) << "not as promised: " << fault << '\n';
 }
 
 } // namespace

@@ -22,6 +22,11 @@ using Finish = TaskProbe::Finish;
 namespace {
 
 constexpr int kKilled = 62097;
+#ifdef Q_OS_WIN
+constexpr int kAbortCode = 3;
+#else
+constexpr int kAbortCode = 6;
+#endif
 constexpr int kStartMarginMs = 200;
 const auto kSuccess = Finish(0, QStringLiteral("successful"));
 const auto kAborted = Finish(kKilled, QStringLiteral("Process Abort"));
@@ -142,7 +147,7 @@ void VideoRunTest::tellsFailuresAndRemovesTheOutput_data()
                                  << QStringLiteral(" Check the parameters please ");
     QTest::newRow("other code") << QByteArray("exit") << 2 << QStringLiteral("Unknown mistake");
     QTest::newRow("a plain 9 is no kill") << QByteArray("exit") << 9 << QStringLiteral("Unknown mistake");
-    QTest::newRow("crash") << QByteArray("crash") << 6 << QStringLiteral("Unknown mistake");
+    QTest::newRow("crash") << QByteArray("crash") << kAbortCode << QStringLiteral("Unknown mistake");
 }
 
 void VideoRunTest::tellsFailuresAndRemovesTheOutput()
@@ -232,7 +237,9 @@ void VideoRunTest::neverWritesOrRemovesTheSource_data()
     QTest::addColumn<QString>("output");
     QTest::newRow("the same path") << QStringLiteral("a film.y4m");
     QTest::newRow("another spelling") << QStringLiteral("tmp/../a film.y4m");
+#ifndef Q_OS_WIN
     QTest::newRow("symbolic link") << QStringLiteral("symbolic.y4m");
+#endif
     QTest::newRow("hard link") << QStringLiteral("hard.y4m");
 }
 
