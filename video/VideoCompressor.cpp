@@ -84,7 +84,8 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
         if (!mayHaveOutput)
             return;
         removeFailedOutput(output, input);
-        QFile::remove(progress);
+        if (QFile::exists(progress))
+            QFile::remove(progress);
     };
     mProcess->run(command, cleanUp);
     mProgressThread->start(QThread::InheritPriority);
@@ -92,8 +93,8 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
 
 void VideoCompressor::stop()
 {
-    const bool mayHaveOutput = mProcess && mProcess->mayHaveOutput();
-    // After a true result this task may be gone: the finish came from inside, and it has done the rest.
+    // After a true result this task may be gone: the finish came from inside, and it has done the rest. After a
+    // false one it may have turned out that the encoder never started.
     if (mProcess && mProcess->state() != QProcess::NotRunning && mProcess->killAndWait())
         return;
     if (mProgressThread) {
@@ -101,7 +102,7 @@ void VideoCompressor::stop()
         if (!mProgressThread->wait(ProgressThread::kStopTimeoutMs))
             debugLine() << "==============time wait out===========";
     }
-    if (mayHaveOutput)
+    if (mProcess && mProcess->mayHaveOutput())
         removeFailedOutput(mOutputPath, mInputPath);
     mState = Failed;
 }
