@@ -139,8 +139,9 @@ void catchSignal(int number)
 {
     struct sigaction action = {};
     sigaction(number, nullptr, &action);
-    // As nohup does, and shells for what runs in the background.
-    if (action.sa_handler == SIG_IGN)
+    // nohup's wish. An interrupt is another matter: a script's shell ignores it for what runs in the background,
+    // and whoever sends one there means it.
+    if (number == SIGHUP && action.sa_handler == SIG_IGN)
         return;
     action = {};
     action.sa_handler = onSignal;
