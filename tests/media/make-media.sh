@@ -75,6 +75,8 @@ run -i $film -c copy ts.ts
 cp ts.ts ts-named.mp4
 cp $film mp4-named.ts
 run -i $film -c copy flv.flv
+# Its pictures between others have no presentation timestamp.
+run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" -c:v mpeg4 -bf 2 -c:a libmp3lame -b:a 128k avi.avi
 run -i $film -an -c copy -f h264 raw.h264
 run -i $film -c copy -f matroska - | cat >live.mkv
 
