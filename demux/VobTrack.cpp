@@ -28,16 +28,23 @@ qsizetype VobTrack::find(qint64 pos) const
     return (at != end && (*at)->holds(pos) ? at : end) - begin;
 }
 
+// Whether a packet without a position opens the next chapter: it comes behind the last one of this chapter.
+bool VobTrack::opensNext(const AVPacket& packet) const
+{
+    return mCurrent + 1 < mChapters.size() && mLastDts == mChapters.at(mCurrent)->lastDts &&
+           packet.dts == mChapters.at(mCurrent + 1)->firstDts;
+}
+
 const VobChapter* VobTrack::follow(const AVPacket& packet)
 {
-    const qsizetype found = packet.pos < 0 ? mCurrent : find(packet.pos);
-    if (found == mChapters.size())
-        return nullptr;
-    mCurrent = found;
-    // A packet without a position follows its predecessor, also over the joint where the time falls back.
-    if (packet.pos < 0 && packet.dts != AV_NOPTS_VALUE && packet.dts < mLastDts &&
-        mCurrent + 1 < mChapters.size())
+    if (packet.pos >= 0) {
+        const qsizetype found = find(packet.pos);
+        if (found == mChapters.size())
+            return nullptr;
+        mCurrent = found;
+    } else if (opensNext(packet)) {
         ++mCurrent;
+    }
     mLastDts = packet.dts;
     return mChapters.at(mCurrent);
 }

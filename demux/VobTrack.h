@@ -15,6 +15,7 @@ public:
     void add(const VobChapter& chapter);
 
     /// The chapter of the stream's next packet (its timestamps as in the source); null when it is in none.
+    /// One without a position is in the chapter of its predecessor.
     const VobChapter* follow(const AVPacket& packet);
 
     /// The stream's next packet is known to be in the same chapter as its previous one.
@@ -25,6 +26,7 @@ public:
 
 private:
     qsizetype find(qint64 pos) const;
+    bool opensNext(const AVPacket& packet) const;
 
     QList<const VobChapter*> mChapters; ///< never empty once in use
     bool mOrdered = true;               ///< no chapter begins or ends before its predecessor

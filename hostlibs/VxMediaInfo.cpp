@@ -14,6 +14,7 @@ namespace {
 
 QSharedPointer<AVFormatContext> openForInfo(const QString& path)
 {
+    ffmpegLogToPLog();
     AVFormatContext* raw = nullptr;
     if (avformat_open_input(&raw, path.toUtf8().constData(), nullptr, nullptr) < 0)
         return {};

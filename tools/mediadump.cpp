@@ -80,8 +80,10 @@ int main(int argc, char** argv)
     parser.addOptions({chapters, packets, vob});
     parser.addHelpOption();
     parser.process(application);
-    if (parser.positionalArguments().isEmpty())
-        parser.showHelp(2);
+    if (parser.positionalArguments().isEmpty()) {
+        std::fputs(qPrintable(parser.helpText()), stderr);
+        return 2;
+    }
 
     const Wanted wanted{parser.isSet(chapters), parser.isSet(packets), parser.isSet(vob)};
     bool allOpened = true;

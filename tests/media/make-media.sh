@@ -84,7 +84,7 @@ run -i $film -c copy -f matroska - | cat >live.mkv
 vob() {
     run -f lavfi -i "testsrc2=s=320x240:r=25:d=$1,noise=alls=40:allf=t" -f lavfi -i "$(sound "$1")" \
         -f lavfi -i "$(sound "$1" 880)" -map 0 -map 1 -map 2 -c:v mpeg2video -b:v 1M -minrate 1M -maxrate 1M \
-        -bufsize 200k -g 12 -c:a ac3 -b:a 192k -f vob "$2"
+        -bufsize 200k -g 12 -c:a ac3 -b:a 224k -f vob "$2"
 }
 vob 6 vob.vob
 vob 8 vob-second.vob
