@@ -22,7 +22,7 @@ QString meaning(const Format& format, const QString& inputPath, int code, const 
     if (format.unreadable && code == kCorrupt && !description.isEmpty())
         return inputPath + u' ' + QLatin1String(format.unreadable);
     if (format.unreadable && code == kNoResult)
-        return QStringLiteral("the encoder %1 made no result of %2").arg(encoder, inputPath);
+        return QStringLiteral("the encoder %1 made no faultless result of %2").arg(encoder, inputPath);
     if (!format.isVideo())
         return QStringLiteral("the encoder %1 failed: is %2 a whole image?").arg(encoder, inputPath);
     if (code == kCorrupt)
