@@ -27,7 +27,7 @@ QByteArray outputOf(const QString& program, const QStringList& arguments)
 QString mediaPath(const QString& name)
 {
     const QString folder = qEnvironmentVariable("VXC_TEST_MEDIA");
-    const QString path = folder + u'/' + name;
+    QString path = folder + u'/' + name;
     if (folder.isEmpty() || !QFile::exists(path))
         qFatal("no %s: run ctest, which makes the sources", qPrintable(path));
     return path;

@@ -116,7 +116,7 @@ private slots:
     void unusualValues();
     void saturates();
 
-private:
+private: // NOLINT(readability-redundant-access-specifiers): what follows are no slots
     std::unique_ptr<RecordCapture> mCapture;
 };
 

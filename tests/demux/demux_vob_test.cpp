@@ -53,7 +53,7 @@ private slots:
     void withoutChapters();
     void packetsWithoutPosition();
 
-private:
+private: // NOLINT(readability-redundant-access-specifiers): what follows are no slots
     std::unique_ptr<MessageCapture> mMessages;
     RecordCapture mRecords;
 };
@@ -144,7 +144,7 @@ void DemuxVobTest::manyChapters()
 {
     const QByteArray part = TestFolder::read(mediaPath(kFirst));
     QByteArray chain;
-    for (int i = 0; i < 20; ++i)
+    for (qsizetype i = 0; i < 20; ++i)
         chain += part.left(part.size() / 2 + 1009 * i);
     const TestFolder folder;
     const QString path = folder.write(QStringLiteral("many.vob"), chain);
