@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr unsigned long kPollIntervalMs = 500;
-constexpr unsigned long kOpenIntervalMs = 5;
+constexpr std::chrono::milliseconds kPollInterval{500};
+constexpr std::chrono::milliseconds kOpenInterval{5};
 
 } // namespace
 
@@ -28,7 +28,7 @@ void ProgressThread::requestStop()
 {
     const QMutexLocker lock(&mMutex);
     mRunning = false;
-    mWakeUp.wakeAll();
+    mWakeUp.notify_all();
 }
 
 void ProgressThread::silence()
@@ -36,7 +36,7 @@ void ProgressThread::silence()
     {
         const QMutexLocker lock(&mMutex);
         mSilent = true;
-        mWakeUp.wakeAll();
+        mWakeUp.notify_all();
     }
     if (mReporting.tryLock(kStopTimeoutMs))
         mReporting.unlock();
@@ -69,11 +69,11 @@ bool ProgressThread::isSilent()
 }
 
 // A stop request and the encoder's end cut the pause short.
-void ProgressThread::pause(unsigned long milliseconds)
+void ProgressThread::pause(std::chrono::milliseconds length)
 {
     const QMutexLocker lock(&mMutex);
     if (mRunning)
-        mWakeUp.wait(&mMutex, milliseconds);
+        mWakeUp.wait_for(mMutex, length);
 }
 
 void ProgressThread::run()
@@ -86,7 +86,7 @@ void ProgressThread::run()
             mWaitingForFile =
                 mProgressFilePath.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Text);
             if (mWaitingForFile) {
-                pause(kOpenIntervalMs);
+                pause(kOpenInterval);
                 continue;
             }
         }
@@ -102,7 +102,7 @@ void ProgressThread::run()
             line.clear();
         } else {
             // ffmpeg has written no more, or half a line: its rest is appended after the pause.
-            pause(kPollIntervalMs);
+            pause(kPollInterval);
         }
     }
     file.close();

@@ -4,8 +4,9 @@
 #include <QMutex>
 #include <QString>
 #include <QThread>
-#include <QWaitCondition>
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
 
 /// Follows the file that ffmpeg writes with "-progress" and reports how far the encode is.
@@ -52,7 +53,7 @@ protected:
 private:
     bool shouldRun();
     bool isSilent();
-    void pause(unsigned long milliseconds);
+    void pause(std::chrono::milliseconds length);
     void report(const QByteArray& line);
 
     float mDuration;
@@ -60,7 +61,7 @@ private:
     bool mWaitingForFile = true;
     QMutex mMutex;
     QString mProgressFilePath;
-    QWaitCondition mWakeUp;
-    QMutex mReporting;    ///< held while a report is delivered
-    bool mSilent = false; ///< guarded by mMutex
+    std::condition_variable_any mWakeUp; ///< a QWaitCondition hides its locking from the thread sanitizer
+    QMutex mReporting;                   ///< held while a report is delivered
+    bool mSilent = false;                ///< guarded by mMutex
 };

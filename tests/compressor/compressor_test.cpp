@@ -1,8 +1,8 @@
 #include <QTest>
 #include <QThread>
 
-#include <memory>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "compressor/CompressTask.h"
@@ -28,13 +28,11 @@ void CompressorTest::isOneForAllThreads()
 {
     constexpr int kThreads = 8;
     std::vector<ICompressor*> seen(kThreads);
-    std::vector<std::unique_ptr<QThread>> threads;
+    std::vector<std::thread> threads;
     for (ICompressor*& place : seen)
-        threads.emplace_back(QThread::create([&place] { place = CompressorEntry(); }));
-    for (const auto& thread : threads)
-        thread->start();
-    for (const auto& thread : threads)
-        thread->wait();
+        threads.emplace_back([&place] { place = CompressorEntry(); });
+    for (std::thread& thread : threads)
+        thread.join();
     const std::set<ICompressor*> different(seen.begin(), seen.end());
     QCOMPARE(different.size(), std::size_t{1});
     QVERIFY(*different.begin());
