@@ -142,7 +142,7 @@ void DemuxHostlibsTest::estimates()
     FFDemuxer demuxer;
     QVERIFY(demuxer.open(mediaPath(name)));
     const qint64 found = estimate(demuxer);
-    const qint64 tolerance = expected == kWithoutEstimate ? 0 : name.startsWith(u't') ? 500 : 80;
+    const qint64 tolerance = expected == kWithoutEstimate ? 0 : name.startsWith(u't') ? 500 : 30;
     QVERIFY2(std::abs(found - expected) <= tolerance, qPrintable(QString::number(found)));
     QCOMPARE(estimate(demuxer), kWithoutEstimate); // at the end there is nothing to read
 }
