@@ -59,6 +59,7 @@ double runBatch(const QString& quality, qsizetype atOnce, const QString& folder,
 {
     const auto begin = std::chrono::steady_clock::now();
     std::vector<Task> tasks;
+    tasks.reserve(static_cast<size_t>(sources.size()));
     for (const QString& source : sources)
         tasks.push_back(makeTask(source, folder + u'/' + QFileInfo(source).fileName(), quality));
     runAll(tasks, atOnce);
@@ -89,8 +90,10 @@ int main(int argc, char** argv)
         out << runBatch(arguments[2], arguments[3].toInt(), arguments[4], arguments.mid(5)) << '\n';
     } else if (arguments.size() == 4 && arguments[1] == QLatin1String("memory")) {
         const QTemporaryDir folder;
+        const int count = arguments[2].toInt();
         std::vector<Task> tasks;
-        for (int i = 0; i < arguments[2].toInt(); ++i) {
+        tasks.reserve(static_cast<size_t>(count));
+        for (int i = 0; i < count; ++i) {
             tasks.push_back(makeTask(arguments[3], folder.filePath(QStringLiteral("out-%1.jpg").arg(i)),
                                      QStringLiteral("75")));
         }

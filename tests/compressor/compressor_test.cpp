@@ -29,6 +29,7 @@ void CompressorTest::isOneForAllThreads()
     constexpr int kThreads = 8;
     std::vector<ICompressor*> seen(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (ICompressor*& place : seen)
         threads.emplace_back([&place] { place = CompressorEntry(); });
     for (std::thread& thread : threads)

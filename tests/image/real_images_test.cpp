@@ -63,7 +63,7 @@ bool RealImagesTest::ffmpeg(const QStringList& arguments)
 
 QString RealImagesTest::makePicture(const QString& name, const QStringList& options)
 {
-    const QString file = mFolder->path(name);
+    QString file = mFolder->path(name);
     const QStringList generator{u"-f"_s, u"lavfi"_s, u"-i"_s, u"testsrc2=s=320x240,noise=alls=20"_s};
     if (!ffmpeg(generator + options + QStringList{u"-frames:v"_s, u"1"_s, file}))
         qFatal("no picture");

@@ -145,7 +145,7 @@ void TaskPathsTest::takesRelativeNames()
 
 QString TaskPathsTest::aliasOf(const QString& source, const QString& way, const QString& name)
 {
-    const QString alias = folder().path(name);
+    QString alias = folder().path(name);
     if (way == u"same name")
         return source;
     if (way == u"other spelling")
