@@ -48,10 +48,8 @@ protected:
     void end(ExitStatus status, const QString& text);
     void fail(const QString& text) { end(kJobFailed, text); }
 
-private slots:
-    void onCompressFinished(int code, const QString& description);
-
 private:
+    Q_SLOT void onCompressFinished(int code, const QString& description);
     QVariantMap parameters(const QString& outputPath) const;
 
     ICompressor& mCompressor;

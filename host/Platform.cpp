@@ -139,8 +139,8 @@ void catchSignal(int number)
 {
     struct sigaction action = {};
     sigaction(number, nullptr, &action);
-    // nohup's wish. An interrupt is another matter: a script's shell ignores it for what runs in the background,
-    // and whoever sends one there means it.
+    // nohup's wish. An interrupt is another matter: a script's shell ignores it for what runs in the
+    // background, and whoever sends one there means it.
     if (number == SIGHUP && action.sa_handler == SIG_IGN)
         return;
     action = {};
