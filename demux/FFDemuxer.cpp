@@ -136,7 +136,9 @@ bool FFDemuxer::readStreamInfo()
 {
     AVFormatContext* context = mFormatCtx.data();
     const bool tolerant = toleratesMissingInfo(context);
-    return avformat_find_stream_info(context, nullptr) >= 0 || tolerant;
+    const bool read = avformat_find_stream_info(context, nullptr) >= 0;
+    // For a file without streams some 6.x report success, all others the end of the file.
+    return (read && context->nb_streams > 0) || tolerant;
 }
 
 void FFDemuxer::close()
