@@ -79,7 +79,7 @@ QString makePicture(const TestFolder& folder, const QString& name, const QString
 {
     // The best that the format can do; JPEG counts the other way.
     const char* const quality = name.endsWith(QLatin1String(".jpg")) ? "1" : "100";
-    const QString path = folder.path(name);
+    QString path = folder.path(name);
     if (!runFfmpeg(words("-f lavfi -i") + QStringList(QStringLiteral("mandelbrot=s=") + size) +
                    words("-frames:v 1 -q:v") + words(quality) + QStringList(path)))
         qFatal("ffmpeg made no %s", qUtf8Printable(name));

@@ -31,7 +31,7 @@ static bool isPicture(const TestFolder& folder, const QString& path)
                                    words("-f rawvideo -pix_fmt rgb24") + QStringList(raw));
     const qint64 bytes = QFileInfo(raw).size();
     QFile::remove(raw);
-    return decoded && bytes == 640 * 480 * 3;
+    return decoded && bytes == qint64(640) * 480 * 3;
 }
 
 void VxcompressTest::compresses_data()
