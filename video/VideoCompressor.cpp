@@ -93,8 +93,8 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
 
 void VideoCompressor::stop()
 {
-    // After a true result this task may be gone: the finish came from inside, and it has done the rest. After a
-    // false one it may have turned out that the encoder never started.
+    // After a true result this task may be gone: the finish came from inside, and it has done the rest. After
+    // a false one it may have turned out that the encoder never started.
     if (mProcess && mProcess->state() != QProcess::NotRunning && mProcess->killAndWait())
         return;
     if (mProgressThread) {
