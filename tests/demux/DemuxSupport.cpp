@@ -1,45 +1,22 @@
 #include "tests/demux/DemuxSupport.h"
 
 #include <QFile>
-#include <QJsonDocument>
 #include <QLibraryInfo>
 #include <QProcess>
 #include <QResource>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 #include "hostlibs/VantorBaseStandIn.h"
 
 using namespace Vantor;
+using namespace Qt::StringLiterals;
 
-namespace {
-
-QByteArray outputOf(const QString& program, const QStringList& arguments)
+QString mediaPath(QAnyStringView name)
 {
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        qFatal("%s: %s", qPrintable(program), process.readAllStandardError().constData());
-    return process.readAllStandardOutput();
-}
-
-} // namespace
-
-QString mediaPath(const QString& name)
-{
-    const QString folder = qEnvironmentVariable("VXC_TEST_MEDIA");
-    QString path = folder + u'/' + name;
-    if (folder.isEmpty() || !QFile::exists(path))
+    const QString path = qEnvironmentVariable("VXC_TEST_MEDIA") + u'/' + name.toString();
+    if (!QFile::exists(path))
         qFatal("no %s: run ctest, which makes the sources", qPrintable(path));
     return path;
-}
-
-QJsonObject ffprobe(const QString& path, const QStringList& arguments)
-{
-    QStringList all{QStringLiteral("-v"), QStringLiteral("quiet"), QStringLiteral("-of"),
-                    QStringLiteral("json")};
-    all += arguments;
-    all += path;
-    return QJsonDocument::fromJson(outputOf(QStringLiteral("ffprobe"), all)).object();
 }
 
 RecordCapture::RecordCapture()
@@ -65,22 +42,21 @@ QList<Packet> readAll(FFDemuxer& demuxer)
     return packets;
 }
 
-MediaResources::MediaResources(const QMap<QString, QString>& files)
+MediaResources::MediaResources(const QStringList& names)
 {
-    const QTemporaryDir folder;
-    QFile list(folder.filePath(QStringLiteral("list.qrc")));
-    if (!list.open(QIODevice::WriteOnly))
+    QTemporaryFile list;
+    if (!list.open())
         qFatal("no resource list");
     list.write("<RCC><qresource>");
-    for (auto file = files.cbegin(); file != files.cend(); ++file) {
-        list.write(QStringLiteral("<file alias=\"%1\">%2</file>")
-                       .arg(file.key().toHtmlEscaped(), file.value().toHtmlEscaped())
-                       .toUtf8());
-    }
+    for (const QString& name : names)
+        list.write(u"<file alias=\"%1\">%2</file>"_s.arg(name, mediaPath(name).toHtmlEscaped()).toUtf8());
     list.write("</qresource></RCC>");
     list.close();
-    mContent = outputOf(QLibraryInfo::path(QLibraryInfo::LibraryExecutablesPath) + QLatin1String("/rcc"),
-                        {QStringLiteral("--binary"), QStringLiteral("--no-compress"), list.fileName()});
+    QProcess rcc;
+    rcc.start(QLibraryInfo::path(QLibraryInfo::LibraryExecutablesPath) + "/rcc"_L1,
+              {u"--binary"_s, u"--no-compress"_s, list.fileName()});
+    rcc.waitForFinished();
+    mContent = rcc.readAllStandardOutput();
     if (!QResource::registerResource(reinterpret_cast<const uchar*>(mContent.constData())))
         qFatal("no resources");
 }

@@ -8,6 +8,7 @@
 #include "video/InfoEstimate.h"
 
 using namespace Vantor;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -34,157 +35,116 @@ class DemuxHostlibsTest : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<RecordCapture> mCapture;
+
 private slots:
-    void mediaInfo_data();
+    void initTestCase() { mCapture = std::make_unique<RecordCapture>(); }
     void mediaInfo();
     void ffmpegLog();
     void consoleStaysClean();
-    void estimates_data();
     void estimates();
     void estimateOfOddStreams();
-    void estimateLeavesKnownDurations();
     void estimateRunsOutOfTime();
 };
 
-void DemuxHostlibsTest::mediaInfo_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<qint64>("duration");
-    QTest::addColumn<QList<qint32>>("bitrates"); // -1: any above 0
-    QTest::newRow("from the codec") << "mp4-moov-last.mp4" << qint64(4000) << QList<qint32>{-1};
-    QTest::newRow("from Matroska's statistics") << "two-audio.mkv" << qint64(4021) << QList<qint32>{96123, 0};
-    QTest::newRow("nobody says") << "live.mkv" << qint64(0) << QList<qint32>{0};
-    QTest::newRow("no sound") << "video-only.mp4" << qint64(4000) << QList<qint32>{};
-    QTest::newRow("two sounds") << "vob.vob" << qint64(6016) << QList<qint32>{224000, 224000};
-}
-
 void DemuxHostlibsTest::mediaInfo()
 {
-    QFETCH(const QString, name);
-    QFETCH(const qint64, duration);
-    QFETCH(const QList<qint32>, bitrates);
-    const RecordCapture capture;
-    const auto info = getMediaInfo(mediaPath(name), -1, true);
-    QCOMPARE(info->duration, duration);
-    QCOMPARE(info->size, QFileInfo(mediaPath(name)).size());
-    QCOMPARE(info->audioStreams.size(), bitrates.size());
-    for (qsizetype i = 0; i < bitrates.size(); ++i) {
-        const qint32 bitrate = info->audioStreams.at(i)->bitrate;
-        QVERIFY2(bitrates.at(i) < 0 ? bitrate > 0 : bitrate == bitrates.at(i),
-                 qPrintable(QString::number(bitrate)));
-    }
-
+    // Duration, size, the bitrate of each sound.
+    const auto facts = [](const QString& path) {
+        const auto info = getMediaInfo(path, -1, true);
+        QList<qint64> all{info->duration, info->size};
+        for (const auto& audio : std::as_const(info->audioStreams))
+            all.append(audio->bitrate);
+        return all;
+    };
+    const auto sizeOf = [](const char* name) { return QFileInfo(mediaPath(name)).size(); };
+    using Facts = QList<qint64>;
+    QCOMPARE(facts(mediaPath("vob.vob")), Facts({6016, sizeOf("vob.vob"), 224000, 224000}));
+    // From the statistics of Matroska, and nobody says.
+    QCOMPARE(facts(mediaPath("two-audio.mkv")), Facts({4021, sizeOf("two-audio.mkv"), 96123, 0}));
+    QCOMPARE(facts(mediaPath("live.mkv")), Facts({0, sizeOf("live.mkv"), 0}));
+    QCOMPARE(facts(mediaPath("video-only.mp4")), Facts({4000, sizeOf("video-only.mp4")}));
     for (const QString& unreadable :
-         {mediaPath(QStringLiteral("garbage.mp4")), mediaPath(QStringLiteral("empty.mp4")), QDir::tempPath(),
-          QStringLiteral("/no/such/file"), QString()}) {
-        const auto nothing = getMediaInfo(unreadable, -1, true);
-        QVERIFY(nothing);
-        QCOMPARE(nothing->duration, 0);
-        QCOMPARE(nothing->size, 0);
-        QVERIFY(nothing->audioStreams.isEmpty());
-    }
+         {mediaPath("garbage.mp4"), QDir::tempPath(), u"/no/such/file"_s, QString()})
+        QCOMPARE(facts(unreadable), Facts({0, 0}));
 }
 
 void DemuxHostlibsTest::ffmpegLog()
 {
-    RecordCapture capture;
+    mCapture->takeFFmpegLines();
     ffmpegLogToPLog();
     ffmpegLogToPLog();
     av_log(nullptr, AV_LOG_ERROR, "in pieces: ");
     av_log(nullptr, AV_LOG_ERROR | AV_LOG_C(128), "%d\n", 42);
     av_log(nullptr, AV_LOG_INFO, "chatter\n");
-    QCOMPARE(capture.takeFFmpegLines(), QStringList{QStringLiteral("in pieces: 42")});
     av_log_set_level(AV_LOG_QUIET);
     av_log(nullptr, AV_LOG_ERROR, "nothing\n");
     av_log_set_level(AV_LOG_INFO);
-    QCOMPARE(capture.takeFFmpegLines(), QStringList());
+    QCOMPARE(mCapture->takeFFmpegLines(), QStringList{u"in pieces: 42"_s});
 }
 
 void DemuxHostlibsTest::consoleStaysClean()
 {
+    mCapture.reset(); // which would take what the console gets
     static QStringList messages;
     const auto collect = [](QtMsgType, const QMessageLogContext& context, const QString& text) {
-        messages.append(QLatin1String(context.category) + u' ' + text);
-    };
-    const auto open = [] {
-        FFDemuxer demuxer;
-        demuxer.open(mediaPath(QStringLiteral("garbage.mp4")));
+        messages.append(QLatin1StringView(context.category) + u' ' + text);
     };
     const auto previous = qInstallMessageHandler(collect);
-    open();
+    FFDemuxer().open(mediaPath("garbage.mp4"));
     const QStringList byDefault = std::exchange(messages, {});
-    QLoggingCategory::setFilterRules(QStringLiteral("vantor.info=true"));
-    open();
+    QLoggingCategory::setFilterRules(u"vantor.info=true"_s);
+    FFDemuxer().open(mediaPath("garbage.mp4"));
     QLoggingCategory::setFilterRules(QString());
     qInstallMessageHandler(previous);
+    initTestCase();
     QCOMPARE(byDefault, QStringList());
-    QVERIFY(
-        messages.contains(QStringLiteral("vantor maybe specific format, ret = %1").arg(AVERROR_INVALIDDATA)));
-}
-
-void DemuxHostlibsTest::estimates_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<qint64>("expected");
-    QTest::newRow("live") << "live.mkv" << qint64(4000);
-    QTest::newRow("not from 0") << "vob.vob" << qint64(6000);
-    QTest::newRow("decoding times for missing ones") << "avi.avi" << qint64(4000);
-    QTest::newRow("sound alone") << "sound-only.m4a" << qint64(4000);
-    QTest::newRow("no times at all") << "raw.h264" << kWithoutEstimate;
-    QTest::newRow("ends early") << "truncated-moov-first.mp4" << qint64(2000);
+    QVERIFY(messages.contains(u"vantor maybe specific format, ret = %1"_s.arg(AVERROR_INVALIDDATA)));
 }
 
 void DemuxHostlibsTest::estimates()
 {
-    QFETCH(const QString, name);
-    QFETCH(const qint64, expected);
-    const RecordCapture capture;
-    FFDemuxer demuxer;
-    QVERIFY(demuxer.open(mediaPath(name)));
-    const qint64 found = estimate(demuxer);
-    const qint64 tolerance = expected == kWithoutEstimate ? 0 : name.startsWith(u't') ? 500 : 30;
-    QVERIFY2(std::abs(found - expected) <= tolerance, qPrintable(QString::number(found)));
-    QCOMPARE(estimate(demuxer), kWithoutEstimate); // at the end there is nothing to read
+    struct Case
+    {
+        const char* name;
+        qint64 expected, tolerance;
+    };
+    // Not from 0, decoding times for missing ones, no times at all, ends early.
+    for (const Case& scan : {Case{"vob.vob", 6000, 30},
+                             {"avi.avi", 4000, 30},
+                             {"raw.h264", kWithoutEstimate, 0},
+                             {"truncated-moov-first.mp4", 2000, 500}}) {
+        FFDemuxer demuxer;
+        QCOMPARE(estimate(demuxer), kWithoutEstimate);
+        QVERIFY(demuxer.open(mediaPath(scan.name)));
+        QVERIFY2(estimate(demuxer, 1) == 1, "a known duration is left alone, without reading");
+        const qint64 found = estimate(demuxer);
+        QVERIFY2(std::abs(found - scan.expected) <= scan.tolerance, qPrintable(QString::number(found)));
+        QCOMPARE(estimate(demuxer), kWithoutEstimate); // at the end there is nothing to read
+    }
 }
 
 void DemuxHostlibsTest::estimateOfOddStreams()
 {
-    const RecordCapture capture;
     FFDemuxer demuxer;
-    const auto open = [&demuxer] {
-        demuxer.open(mediaPath(QStringLiteral("mp4-moov-last.mp4")));
-        return demuxer.formatContext()->streams[0];
+    const auto estimateWith = [&demuxer](AVRational filmTimeBase) {
+        demuxer.open(mediaPath("mp4-moov-last.mp4"));
+        demuxer.formatContext()->streams[0]->time_base = filmTimeBase;
+        return estimate(demuxer);
     };
     // The film has nothing to say: the sound does, of 4 s.
-    open()->time_base = {1, 0};
-    const qint64 sound = estimate(demuxer);
+    const qint64 sound = estimateWith({1, 0});
     QVERIFY2(std::abs(sound - 4000) <= 80, qPrintable(QString::number(sound)));
-    open()->time_base = {0, 1};
-    QCOMPARE(estimate(demuxer), sound);
+    QCOMPARE(estimateWith({0, 1}), sound);
     // A clock that counts in ages: the longest time there is.
-    open()->time_base = {std::numeric_limits<int>::max(), 1};
-    QVERIFY(estimate(demuxer) > qint64(1) << 50);
-}
-
-void DemuxHostlibsTest::estimateLeavesKnownDurations()
-{
-    const RecordCapture capture;
-    FFDemuxer demuxer;
-    QVERIFY(demuxer.open(mediaPath(QStringLiteral("live.mkv"))));
-    QCOMPARE(estimate(demuxer, 1), 1);
-    const auto packet = demuxer.readPacket();
-    QVERIFY(packet);
-    QCOMPARE(packet->pts, 0);
-    demuxer.close();
-    QCOMPARE(estimate(demuxer), kWithoutEstimate);
+    QVERIFY(estimateWith({std::numeric_limits<int>::max(), 1}) > qint64(1) << 50);
 }
 
 void DemuxHostlibsTest::estimateRunsOutOfTime()
 {
-    const RecordCapture capture;
     const MessageCapture messages;
     FFDemuxer demuxer;
-    QVERIFY(demuxer.open(mediaPath(QStringLiteral("hd-1080.mp4"))));
+    QVERIFY(demuxer.open(mediaPath("hd-1080.mp4")));
     AVIOContext* io = demuxer.formatContext()->pb;
     readFast = std::exchange(io->read_packet, readSlowly);
     QElapsedTimer timer;
@@ -192,7 +152,7 @@ void DemuxHostlibsTest::estimateRunsOutOfTime()
     QCOMPARE(estimate(demuxer), 0);
     io->read_packet = readFast;
     QVERIFY2(timer.elapsed() >= 3000, "given up too early");
-    QCOMPARE(messages.debugLines(), QStringList{QStringLiteral("InfoEstimate timeOut")});
+    QCOMPARE(messages.debugLines(), QStringList{u"InfoEstimate timeOut"_s});
     QVERIFY2(demuxer.readPacket(), "the rest stays readable");
 }
 

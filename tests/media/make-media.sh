@@ -3,19 +3,16 @@
 #
 # Does nothing when OUTDIR is up to date with this folder and with ffmpeg. Several may run at once on one OUTDIR:
 # one makes the files, the others wait; a file appears whole.
+# shellcheck disable=SC2086 # the codec texts are lists of words
 set -eu
 
 here=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd)
 mkdir -p "$1"
 out=$(CDPATH='' cd -- "$1" && pwd)
-
 exec 9>"$out/.lock"
 flock 9
 stamp=$({ cat "$here/make-media.sh" "$here/media_bytes.py"; ffmpeg -version | head -n 1; } | sha256sum)
-if [ -f "$out/.stamp" ] && [ "$(cat "$out/.stamp")" = "$stamp" ]; then
-    exit 0
-fi
-
+[ "$(cat "$out/.stamp" 2>/dev/null)" != "$stamp" ] || exit 0
 work=$out/.making
 rm -rf "$work"
 mkdir "$work"
@@ -30,7 +27,6 @@ h264='-c:v libx264 -preset ultrafast -pix_fmt yuv420p'
 aac='-c:a aac -b:a 96k'
 
 # The film that many others are made of: 4 s of 320x240 with sound.
-# shellcheck disable=SC2086 # the codec texts are lists of words
 run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" $h264 $aac film.mp4
 film=film.mp4
 
@@ -38,10 +34,11 @@ film=film.mp4
 run -i $film -c copy mp4-moov-last.mp4
 run -i $film -c copy -movflags +faststart mp4-moov-first.mp4
 run -i $film -c copy -movflags +frag_keyframe+empty_moov mp4-fragmented.mp4
-for degrees in 0 90 180 270; do
-    bytes rotate $degrees $film rotate-$degrees.mp4
-done
-bytes rotate none $film rotate-zeros.mp4
+bytes turn 1 0 $film rotate-0.mp4
+bytes turn 0 1 $film rotate-90.mp4
+bytes turn -1 0 $film rotate-180.mp4
+bytes turn 0 -1 $film rotate-270.mp4
+bytes turn 0 0 $film rotate-zeros.mp4
 
 # Covers
 run -f lavfi -i "$(picture 128x128 0.04)" -frames:v 1 cover.png
@@ -53,8 +50,7 @@ rm cover.png
 
 # Matroska: tracks and subtitles
 printf '1\n00:00:00,500 --> 00:00:01,500\nOne line\n\n2\n00:00:02,000 --> 00:00:03,500\nTwo\nlines\n' >text.srt
-bytes pgs 320 240 bitmap.sup
-# shellcheck disable=SC2086
+bytes pgs bitmap.sup
 run -i $film -f lavfi -i "$(sound 4 880)" -map 0 -map 1 -c copy -c:a:1 libvorbis \
     -metadata:s:a:0 BPS=96123 -metadata:s:a:0 language=eng -metadata:s:a:1 language=deu two-audio.mkv
 run -i two-audio.mkv -i text.srt -map 0 -map 1 -c copy subs-text.mkv
@@ -68,7 +64,7 @@ for pictures in 1 2 3; do
         -c:v wmv2 -c:a wmav2 -f asf wmv-$pictures.wmv
 done
 run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" -c:v wmv2 -c:a wmav2 -f asf wmv-many.wmv
-bytes replace WMV2 WMV3 wmv-many.wmv wmv3-tag.asf
+LC_ALL=C sed s/WMV2/WMV3/g wmv-many.wmv >wmv3-tag.asf
 
 # Other containers, right and wrong suffixes
 run -i $film -c copy ts.ts
@@ -91,15 +87,12 @@ vob 8 vob-second.vob
 cat vob.vob vob-second.vob >vob-chain.vob
 
 # Pictures
-# shellcheck disable=SC2086
-{
-    run -f lavfi -i "$(picture 1920x1080 3)" -f lavfi -i "$(sound 3)" $h264 $aac hd-1080.mp4
-    run -f lavfi -i "$(picture 482x720 3),format=yuv444p,crop=481:719" -f lavfi -i "$(sound 3)" \
-        $h264 -pix_fmt yuv444p $aac odd-481x719.mp4
-    run -f lavfi -i "$(picture 1440x1080 3)" -vf setsar=4/3 $h264 sar-4-3.mp4
-    run -f lavfi -i "$(picture 720x480 3)" -vf setsar=32/27 $h264 sar-32-27.mp4
-    run -f lavfi -i "$(picture 718x478 3)" -vf setsar=10/11 $h264 sar-10-11.mp4
-}
+run -f lavfi -i "$(picture 1920x1080 3)" -f lavfi -i "$(sound 3)" $h264 $aac hd-1080.mp4
+run -f lavfi -i "$(picture 482x720 3),format=yuv444p,crop=481:719" -f lavfi -i "$(sound 3)" \
+    $h264 -pix_fmt yuv444p $aac odd-481x719.mp4
+run -f lavfi -i "$(picture 1440x1080 3)" -vf setsar=4/3 $h264 sar-4-3.mp4
+run -f lavfi -i "$(picture 720x480 3)" -vf setsar=32/27 $h264 sar-32-27.mp4
+run -f lavfi -i "$(picture 718x478 3)" -vf setsar=10/11 $h264 sar-10-11.mp4
 run -i $film -an -c copy video-only.mp4
 run -i $film -vn -c copy sound-only.m4a
 
