@@ -16,155 +16,112 @@ class FailedStartTest : public EncoderTest
     Q_OBJECT
 
 private slots:
-    void initTestCase() { removeTools(); }
-    void missingEncoder_data() { addTasks(); }
+    void missingEncoder_data() { addRows({"missing"}); }
     void missingEncoder();
-    void unstartableEncoder_data();
+    void unstartableEncoder_data() { addRows({"garbage", "no permission", "a folder"}); }
     void unstartableEncoder();
-    void stopAndReleaseOfAFailedStart_data() { addTasks(); }
+    void stopAndReleaseOfAFailedStart_data() { addRows({"garbage"}); }
     void stopAndReleaseOfAFailedStart();
 
 private:
-    static void addTasks();
-    static QString toolPath(const char* tool);
-    static void removeTools();
-    static void makeGarbage(const QString& tool);
+    static void addRows(const QList<const char*>& states);
+    // Makes the row's encoder what the row says, and a file at the output path.
+    void prepare();
 
-    QString source() { return folder().write(u"source.bmp"_s, QByteArray(1000, 's')); }
+    QString mTool;
+    QString mOutput;
 };
 
-void FailedStartTest::addTasks()
+void FailedStartTest::addRows(const QList<const char*>& states)
 {
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("tool");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("jpg") << "out.jpg" << toolPath("cJpeg") << "";
-    QTest::newRow("png") << "out.png" << toolPath("pngquant") << "";
-    QTest::newRow("webp") << "out.webp" << toolPath("ffmpeg") << "fail";
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<QByteArray>("tool");
+    QTest::addColumn<Finish>("finish");
+    QTest::addColumn<QByteArray>("state");
+    for (const QByteArray state : states) {
+        QTest::addRow("jpg, %s", state.data()) << u"jpg"_s << QByteArray("cJpeg") << Finish(-2, {}) << state;
+        QTest::addRow("png, %s", state.data())
+            << u"png"_s << QByteArray("pngquant") << Finish(-2, {}) << state;
+        QTest::addRow("webp, %s", state.data())
+            << u"webp"_s << QByteArray("ffmpeg") << Finish(-2, u"fail"_s) << state;
+    }
 }
 
-QString FailedStartTest::toolPath(const char* tool)
+void FailedStartTest::prepare()
 {
-    return QCoreApplication::applicationDirPath() + u'/' + Platform::executableName(tool);
-}
-
-void FailedStartTest::removeTools()
-{
-    for (const char* tool : {"cJpeg", "pngquant", "ffmpeg"})
-        QFile::remove(toolPath(tool));
-}
-
-void FailedStartTest::makeGarbage(const QString& tool)
-{
-    QFile file(tool);
+    QFETCH(const QString, suffix);
+    QFETCH(const QByteArray, tool);
+    QFETCH(const QByteArray, state);
+    mOutput = folder().write(u"out."_s + suffix, kOld);
+    mTool = QCoreApplication::applicationDirPath() + u'/' + Platform::executableName(tool);
+    QDir().rmdir(mTool);
+    QFile file(mTool);
+    file.remove();
+    if (state == "missing")
+        return;
+    if (state == "a folder") {
+        QVERIFY(QDir().mkdir(mTool));
+        return;
+    }
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(QByteArray("no program\0at all", 17));
-    file.setPermissions(file.permissions() | QFile::ExeOwner);
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner |
+                        (state == "garbage" ? QFile::ExeOwner : QFile::Permissions()));
 }
 
 void FailedStartTest::missingEncoder()
 {
-    QFETCH(const QString, output);
-    removeTools();
-    const QString outputPath = folder().write(output, "old");
-    TaskProbe probe(source(), outputPath);
+    prepare();
+    TaskProbe probe(source(), mOutput);
     QVERIFY(!probe->start());
-    QVERIFY(probe.waitForFinishes(0));
     QCOMPARE(folder().leftovers(), QStringList());
     probe->stop();
     QVERIFY(probe.waitForFinishes(0));
-    QCOMPARE(TestFolder::read(outputPath), QByteArray("old"));
-    const qsizetype lines = output.endsWith(u"png") ? 1 : 0;
-    QCOMPARE(messages().debugLines(u"pngquant: "_s).size(), lines);
-}
-
-void FailedStartTest::unstartableEncoder_data()
-{
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("tool");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("how");
-    for (const char* how : {"garbage", "no permission", "a folder"}) {
-        QTest::addRow("jpg, %s", how) << "out.jpg" << toolPath("cJpeg") << "" << QString::fromLatin1(how);
-        QTest::addRow("png, %s", how) << "out.png" << toolPath("pngquant") << "" << QString::fromLatin1(how);
-        QTest::addRow("webp, %s", how)
-            << "out.webp" << toolPath("ffmpeg") << "fail" << QString::fromLatin1(how);
-    }
+    QCOMPARE(TestFolder::read(mOutput), kOld);
 }
 
 void FailedStartTest::unstartableEncoder()
 {
-    QFETCH(const QString, output);
-    QFETCH(const QString, tool);
-    QFETCH(const QString, text);
-    QFETCH(const QString, how);
-    removeTools();
-    if (how == u"a folder")
-        QVERIFY(QDir().mkdir(tool));
-    else
-        makeGarbage(tool);
-    if (how == u"no permission")
-        QVERIFY(QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner));
-
-    const QString outputPath = folder().write(output, "old");
-    TaskProbe probe(source(), outputPath);
+    QFETCH(const Finish, finish);
+    prepare();
+    TaskProbe probe(source(), mOutput);
     QVERIFY(probe->start());
     QCOMPARE(probe.finishes().size(), 0);
     QVERIFY(probe.waitForFinishes(1));
-    QCOMPARE(probe.finish(), Finish(-2, text));
-    QCOMPARE(TestFolder::read(outputPath), QByteArray("old"));
+    QCOMPARE(probe.finish(), finish);
+    QCOMPARE(TestFolder::read(mOutput), kOld);
     QCOMPARE(folder().leftovers(), QStringList());
 
     // Once the encoder is repaired, the same task works.
-    if (how == u"a folder")
-        QVERIFY(QDir().rmdir(tool));
-    QFile::remove(tool);
-    QVERIFY(QFile::copy(QString::fromLocal8Bit(VXC_FAKE_ENCODER), tool));
+    QVERIFY(QDir().rmdir(mTool) || QFile::remove(mTool));
+    QVERIFY(QFile::copy(QString::fromLocal8Bit(VXC_FAKE_ENCODER), mTool));
     QVERIFY(probe.run());
     QCOMPARE(probe.finish().first, 0);
-    QCOMPARE(TestFolder::read(outputPath), QByteArray(500, 'x'));
+    QCOMPARE(TestFolder::read(mOutput), kResult);
 }
 
 // Before the event loop has told of the failure.
 void FailedStartTest::stopAndReleaseOfAFailedStart()
 {
-    QFETCH(const QString, output);
-    QFETCH(const QString, tool);
-    QFETCH(const QString, text);
-    makeGarbage(tool);
-    const QString outputPath = folder().write(output, "old");
-    {
-        TaskProbe probe(source(), outputPath);
+    QFETCH(const Finish, finish);
+    for (const QByteArray does : {"stop", "start again", "release", "release in the finish"}) {
+        prepare();
+        TaskProbe probe(source(), mOutput);
+        if (does == "release in the finish")
+            probe.onFinish([&probe] { probe.release(); });
         QVERIFY(probe->start());
-        probe->stop();
-        QVERIFY(probe.waitForFinishes(1));
+        if (does == "stop")
+            probe->stop();
+        if (does == "start again")
+            QVERIFY(probe->start());
+        if (does == "release")
+            probe.release();
+        QVERIFY(probe.waitForFinishes(does == "start again" ? 2 : does == "release" ? 0 : 1));
         // The kill may have come before the system refused.
-        QVERIFY(probe.finish().first != 0);
-        if (probe.finish() == Finish(-2, text))
-            QCOMPARE(TestFolder::read(outputPath), QByteArray("old"));
-    }
-    {
-        folder().write(output, "old");
-        TaskProbe probe(source(), outputPath);
-        QVERIFY(probe->start());
-        QVERIFY(probe->start());
-        QVERIFY(probe.waitForFinishes(2));
-        QCOMPARE(probe.finish(), Finish(-2, text));
-    }
-    {
-        folder().write(output, "old");
-        TaskProbe probe(source(), outputPath);
-        QVERIFY(probe->start());
-        probe.release();
-        QVERIFY(probe.waitForFinishes(0));
-    }
-    {
-        folder().write(output, "old");
-        TaskProbe probe(source(), outputPath);
-        probe.onFinish([&probe] { probe.release(); });
-        QVERIFY(probe->start());
-        QVERIFY(probe.waitForFinishes(1));
-        QCOMPARE(TestFolder::read(outputPath), QByteArray("old"));
+        QVERIFY(does == "release" || probe.finish() == finish ||
+                (does == "stop" && probe.finish().first != 0));
+        if (does == "release in the finish" || (does == "stop" && probe.finish() == finish))
+            QCOMPARE(TestFolder::read(mOutput), kOld);
     }
 }
 

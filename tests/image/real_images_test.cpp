@@ -4,26 +4,20 @@
 #include <QProcess>
 #include <QTest>
 
-#include <memory>
-
 #include "image/Platform.h"
-#include "tests/support/MessageCapture.h"
+#include "tests/support/EncoderTest.h"
 #include "tests/support/TaskProbe.h"
-#include "tests/support/TestFolder.h"
 
 using namespace Qt::StringLiterals;
 using Finish = TaskProbe::Finish;
 
-class RealImagesTest : public QObject
+class RealImagesTest : public EncoderTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
     void makesASmallerPicture_data();
     void makesASmallerPicture();
-    void replacesInPlace();
     void deliversTheSourceOfAResultThatGrew();
     void tellsACorruptInput_data();
     void tellsACorruptInput();
@@ -33,23 +27,7 @@ private:
     static bool ffmpeg(const QStringList& arguments);
     QString makePicture(const QString& name, const QStringList& options = {});
     static bool isPicture(const QString& file, const QString& codec);
-
-    std::unique_ptr<MessageCapture> mMessages;
-    std::unique_ptr<TestFolder> mFolder;
 };
-
-void RealImagesTest::init()
-{
-    mMessages = std::make_unique<MessageCapture>();
-    mFolder = std::make_unique<TestFolder>();
-}
-
-void RealImagesTest::cleanup()
-{
-    QCOMPARE(mFolder->leftovers(), QStringList());
-    mFolder.reset();
-    mMessages.reset();
-}
 
 bool RealImagesTest::ffmpeg(const QStringList& arguments)
 {
@@ -63,7 +41,7 @@ bool RealImagesTest::ffmpeg(const QStringList& arguments)
 
 QString RealImagesTest::makePicture(const QString& name, const QStringList& options)
 {
-    QString file = mFolder->path(name);
+    QString file = folder().path(name);
     const QStringList generator{u"-f"_s, u"lavfi"_s, u"-i"_s, u"testsrc2=s=320x240,noise=alls=20"_s};
     if (!ffmpeg(generator + options + QStringList{u"-frames:v"_s, u"1"_s, file}))
         qFatal("no picture");
@@ -82,26 +60,10 @@ void RealImagesTest::makesASmallerPicture_data()
     QTest::addColumn<QString>("suffix");
     QTest::addColumn<QString>("codec");
     QTest::addColumn<QString>("text");
-    QTest::newRow("JPEG to JPEG") << "photo.jpg"
-                                  << ".jpg"
-                                  << "mjpeg"
-                                  << "";
-    QTest::newRow("PNG to JPEG") << "photo.png"
-                                 << ".jpeg"
-                                 << "mjpeg"
-                                 << "";
-    QTest::newRow("PNG to PNG") << "photo.png"
-                                << ".png"
-                                << "png"
-                                << "";
-    QTest::newRow("PNG to WebP") << "photo.png"
-                                 << ".webp"
-                                 << "webp"
-                                 << "successful";
-    QTest::newRow("BMP to WebP") << "photo.bmp"
-                                 << ".webp"
-                                 << "webp"
-                                 << "successful";
+    QTest::newRow("JPEG to JPEG") << u"photo.jpg"_s << u".jpg"_s << u"mjpeg"_s << QString();
+    QTest::newRow("PNG to JPEG") << u"photo.png"_s << u".jpeg"_s << u"mjpeg"_s << QString();
+    QTest::newRow("PNG to PNG") << u"photo.png"_s << u".png"_s << u"png"_s << QString();
+    QTest::newRow("BMP to WebP") << u"photo.bmp"_s << u".webp"_s << u"webp"_s << u"successful"_s;
 }
 
 // The quality counts: less of it makes a smaller file.
@@ -115,7 +77,7 @@ void RealImagesTest::makesASmallerPicture()
     const QByteArray before = TestFolder::read(picture);
     qsizetype size = before.size();
     for (const int quality : {85, 20}) {
-        const QString output = mFolder->path(u"a result "_s + QString::number(quality) + suffix);
+        const QString output = folder().path(u"a result "_s + QString::number(quality) + suffix);
         TaskProbe probe(picture, output, quality);
         QVERIFY(probe.run());
         QCOMPARE(probe.finish(), Finish(0, text));
@@ -127,22 +89,11 @@ void RealImagesTest::makesASmallerPicture()
     QCOMPARE(TestFolder::read(picture), before);
 }
 
-void RealImagesTest::replacesInPlace()
-{
-    const QString photo = makePicture(u"photo.jpg"_s, {u"-q:v"_s, u"1"_s});
-    const qsizetype before = TestFolder::read(photo).size();
-    TaskProbe probe(photo, photo, 40);
-    QVERIFY(probe.run());
-    QCOMPARE(probe.finish(), Finish(0, {}));
-    QVERIFY(TestFolder::read(photo).size() < before);
-    QVERIFY(isPicture(photo, u"mjpeg"_s));
-}
-
 void RealImagesTest::deliversTheSourceOfAResultThatGrew()
 {
     const QString photo = makePicture(u"photo.jpg"_s, {u"-q:v"_s, u"31"_s});
     for (const QString& suffix : {u".jpg"_s, u".webp"_s}) {
-        const QString output = mFolder->path(u"out"_s + suffix);
+        const QString output = folder().path(u"out"_s + suffix);
         TaskProbe probe(photo, output, 100);
         QVERIFY(probe.run());
         QCOMPARE(probe.finish(), Finish(0, {}));
@@ -164,8 +115,8 @@ void RealImagesTest::tellsACorruptInput()
 {
     QFETCH(const QString, suffix);
     QFETCH(const Finish, finish);
-    const QString source = mFolder->write(u"letter"_s + suffix, "Dear reader, this is no picture.\n");
-    const QString output = mFolder->path(u"out"_s + suffix);
+    const QString source = folder().write(u"letter"_s + suffix, "Dear reader, this is no picture.\n");
+    const QString output = folder().path(u"out"_s + suffix);
     TaskProbe probe(source, output);
     QVERIFY(probe.run());
     QCOMPARE(probe.finish(), finish);

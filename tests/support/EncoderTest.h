@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QObject>
-#include <QString>
+#include <QTest>
 
 #include <memory>
 
@@ -9,8 +8,13 @@
 #include "tests/support/MessageCapture.h"
 #include "tests/support/TestFolder.h"
 
-/// The base of tests that run tasks with fake encoders. Every test function, and every row, has a folder, a
-/// temporary location and encoders of its own; it fails when it leaves an encoder alive or a file in the
+inline const QByteArray kSource(1000, 's');
+/// What an encoder makes of it, until told otherwise.
+inline const QByteArray kResult(500, 'x');
+inline const QByteArray kOld("the file of before");
+
+/// The base of tests that run tasks with encoders. Every test function, and every row, has a folder, a
+/// temporary location and fake encoders of its own; it fails when it leaves an encoder alive or a file in the
 /// temporary location.
 class EncoderTest : public QObject
 {
@@ -20,10 +24,16 @@ protected:
     TestFolder& folder() { return mFixture->folder; }
     FakeEncoder& fake() { return mFixture->fake; }
     MessageCapture& messages() { return mFixture->messages; }
+    QString source() { return folder().write(QStringLiteral("source.bmp"), kSource); }
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { mFixture = std::make_unique<Fixture>(); }
+    void cleanup()
+    {
+        QTRY_VERIFY2(fake().allGone(), "an encoder outlived its task");
+        QCOMPARE(folder().leftovers(), QStringList());
+        mFixture.reset();
+    }
 
 private:
     struct Fixture

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
@@ -13,12 +14,7 @@
 #include <csignal>
 #endif
 
-namespace {
-
-constexpr const char* kVariables[] = {"FAKE_DELAY_MS",  "FAKE_PROGRESS", "FAKE_OUTPUT",
-                                      "FAKE_STDERR_MB", "FAKE_END",      "FAKE_EXIT"};
-
-bool isAlive(qint64 processId)
+static bool isAlive(qint64 processId)
 {
 #ifdef Q_OS_WIN
     const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(processId));
@@ -30,18 +26,10 @@ bool isAlive(qint64 processId)
 #endif
 }
 
-QFileInfoList records(const QTemporaryDir& folder, const QString& pattern)
-{
-    return QDir(folder.path()).entryInfoList({pattern}, QDir::Files, QDir::Time | QDir::Reversed);
-}
-
-} // namespace
-
 // The records lie beside the program: a test looks for what is left in the temporary location.
 FakeEncoder::FakeEncoder()
     : mRecords(QCoreApplication::applicationDirPath() + QStringLiteral("/records-XXXXXX"))
 {
-    reset();
     qputenv("FAKE_RECORD", QFile::encodeName(mRecords.path()));
 }
 
@@ -53,24 +41,21 @@ FakeEncoder::~FakeEncoder()
 
 FakeEncoder& FakeEncoder::set(const char* variable, const QByteArray& value)
 {
-    const bool known = std::any_of(std::begin(kVariables), std::end(kVariables),
-                                   [variable](const char* name) { return qstrcmp(name, variable) == 0; });
-    if (!known)
-        qFatal("%s is no variable of the fake encoder", variable);
+    mVariables.append(variable);
     qputenv(variable, value);
     return *this;
 }
 
 void FakeEncoder::reset()
 {
-    for (const char* variable : kVariables)
-        qunsetenv(variable);
+    for (const QByteArray& variable : std::exchange(mVariables, {}))
+        qunsetenv(variable.constData());
 }
 
 QList<FakeEncoder::Run> FakeEncoder::runs() const
 {
     QList<Run> found;
-    for (const QFileInfo& info : records(mRecords, QStringLiteral("*.arguments"))) {
+    for (const QFileInfo& info : records("*.arguments")) {
         QFile file(info.filePath());
         if (!file.open(QIODevice::ReadOnly))
             continue;
@@ -82,14 +67,15 @@ QList<FakeEncoder::Run> FakeEncoder::runs() const
     return found;
 }
 
-int FakeEncoder::writtenCount() const
-{
-    return static_cast<int>(records(mRecords, QStringLiteral("*.written")).size());
-}
-
 bool FakeEncoder::allGone() const
 {
-    const QFileInfoList all = records(mRecords, QStringLiteral("*.arguments"));
+    const QFileInfoList all = records("*.arguments");
     return std::none_of(all.begin(), all.end(),
                         [](const QFileInfo& info) { return isAlive(info.baseName().toLongLong()); });
+}
+
+QFileInfoList FakeEncoder::records(const char* pattern) const
+{
+    return QDir(mRecords.path())
+        .entryInfoList({QString::fromLatin1(pattern)}, QDir::Files, QDir::Time | QDir::Reversed);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFileInfoList>
 #include <QList>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -35,10 +36,13 @@ public:
     /// All encoders that came to life, the oldest first.
     QList<Run> runs() const;
     /// How many of them have written all that they would: those that hang are hanging now.
-    int writtenCount() const;
+    int writtenCount() const { return static_cast<int>(records("*.written").size()); }
     /// Whether none of them is alive. A killed process takes a moment: QTRY_VERIFY.
     bool allGone() const;
 
 private:
+    QFileInfoList records(const char* pattern) const;
+
     QTemporaryDir mRecords;
+    QList<QByteArray> mVariables;
 };

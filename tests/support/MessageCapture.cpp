@@ -9,54 +9,40 @@ namespace {
 
 QMutex captureMutex;
 QStringList capturedLines;
-QtMessageHandler forward = nullptr;
+QtMessageHandler previous = nullptr;
+
+// Debug lines end here, a report is read for its failures; all else, warnings too, is Qt Test's.
+void handle(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    QMutexLocker lock(&captureMutex);
+    if (type == QtDebugMsg) {
+        capturedLines.append(text);
+        return;
+    }
+    const QtMessageHandler next = previous;
+    lock.unlock();
+    next(type, context, text);
+}
 
 } // namespace
 
 MessageCapture::MessageCapture()
 {
-    clear();
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
-    mPrevious = qInstallMessageHandler(handle);
     const QMutexLocker lock(&captureMutex);
-    forward = mPrevious;
+    capturedLines.clear();
+    previous = qInstallMessageHandler(handle);
 }
 
 MessageCapture::~MessageCapture()
 {
-    qInstallMessageHandler(mPrevious);
-}
-
-// Debug lines end here, a report is read for its failures; all else, warnings too, is Qt Test's.
-void MessageCapture::handle(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    QtMessageHandler next = nullptr;
-    {
-        const QMutexLocker lock(&captureMutex);
-        if (type == QtDebugMsg)
-            capturedLines.append(text);
-        else
-            next = forward;
-    }
-    if (next)
-        next(type, context, text);
-}
-
-QStringList MessageCapture::debugLines() const
-{
-    const QMutexLocker lock(&captureMutex);
-    return capturedLines;
+    qInstallMessageHandler(previous);
 }
 
 QStringList MessageCapture::debugLines(const QString& beginning) const
 {
-    QStringList lines = debugLines();
+    const QMutexLocker lock(&captureMutex);
+    QStringList lines = capturedLines;
     lines.removeIf([&beginning](const QString& line) { return !line.startsWith(beginning); });
     return lines;
-}
-
-void MessageCapture::clear()
-{
-    const QMutexLocker lock(&captureMutex);
-    capturedLines.clear();
 }

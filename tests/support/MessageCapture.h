@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QMessageLogContext>
 #include <QString>
 #include <QStringList>
 
@@ -14,13 +13,6 @@ public:
     ~MessageCapture();
     Q_DISABLE_COPY_MOVE(MessageCapture)
 
-    QStringList debugLines() const;
     /// The lines that begin so.
-    QStringList debugLines(const QString& beginning) const;
-    void clear();
-
-private:
-    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text);
-
-    QtMessageHandler mPrevious;
+    QStringList debugLines(const QString& beginning = {}) const;
 };

@@ -9,13 +9,6 @@ namespace {
 constexpr int kLongestRunMs = 60000;
 constexpr int kOneTooManyMs = 20;
 
-QVariantMap paramsOf(const QString& inputPath, const QString& outputPath, const QVariant& quality)
-{
-    return {{QStringLiteral("inputPath"), inputPath},
-            {QStringLiteral("outputPath"), outputPath},
-            {QStringLiteral("quality"), quality}};
-}
-
 } // namespace
 
 TaskProbe::TaskProbe(const QVariantMap& params) : mTask(CompressorEntry()->createTask(params))
@@ -28,7 +21,9 @@ TaskProbe::TaskProbe(const QVariantMap& params) : mTask(CompressorEntry()->creat
 }
 
 TaskProbe::TaskProbe(const QString& inputPath, const QString& outputPath, const QVariant& quality)
-    : TaskProbe(paramsOf(inputPath, outputPath, quality))
+    : TaskProbe({{QStringLiteral("inputPath"), inputPath},
+                 {QStringLiteral("outputPath"), outputPath},
+                 {QStringLiteral("quality"), quality}})
 {
 }
 

@@ -16,10 +16,11 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -62,10 +63,9 @@ int processId()
 // Written under another name first: whoever finds the file finds it whole.
 void record(const char* suffix, const Arguments& lines)
 {
-    const std::string folder = setting("FAKE_RECORD");
-    if (folder.empty())
+    if (setting("FAKE_RECORD").empty())
         return;
-    const fs::path file = fs::path(folder) / (std::to_string(processId()) + suffix);
+    const fs::path file = fs::path(setting("FAKE_RECORD")) / (std::to_string(processId()) + suffix);
     const fs::path draft = file.string() + ".draft";
     std::ofstream stream(draft, std::ios::binary);
     for (const std::string& line : lines)
@@ -76,11 +76,8 @@ void record(const char* suffix, const Arguments& lines)
 
 std::string behind(const Arguments& arguments, const char* option)
 {
-    for (size_t i = 1; i + 1 < arguments.size(); ++i) {
-        if (arguments[i] == option)
-            return arguments[i + 1];
-    }
-    return {};
+    const auto found = std::ranges::find(arguments, option);
+    return arguments.end() - found > 1 ? found[1] : std::string();
 }
 
 struct Job
@@ -105,31 +102,20 @@ Job readCommandLine(const Arguments& arguments)
     return job;
 }
 
-std::string withLineEnds(const std::string& piece)
-{
-    std::string text;
-    for (size_t i = 0; i < piece.size(); ++i) {
-        const bool lineEnd = piece.compare(i, 2, "\\n") == 0;
-        text += lineEnd ? '\n' : piece[i];
-        i += lineEnd ? 1 : 0;
-    }
-    return text;
-}
-
 void writeProgress(const std::string& path, const std::string& script)
 {
     if (path.empty() || script.empty())
         return;
     std::ofstream file(path, std::ios::binary);
-    for (size_t begin = 0; begin <= script.size();) {
-        const size_t end = std::min(script.find('|', begin), script.size());
-        const std::string piece = script.substr(begin, end - begin);
-        begin = end + 1;
+    std::istringstream pieces(script);
+    for (std::string piece; std::getline(pieces, piece, '|');) {
         if (piece.starts_with('@')) {
             sleepMs(piece.substr(1));
             continue;
         }
-        file << withLineEnds(piece) << std::flush;
+        for (size_t at; (at = piece.find("\\n")) != std::string::npos;)
+            piece.replace(at, 2, "\n");
+        file << piece << std::flush;
     }
 }
 
@@ -140,24 +126,13 @@ bool writeOutput(const Job& job, const std::string& size)
     std::error_code error;
     const auto found = fs::file_size(job.source, error);
     const long long sourceBytes = error ? 0 : static_cast<long long>(found);
-    long long bytes = sourceBytes / 2;
-    if (size == "empty")
-        bytes = 0;
-    else if (size != "half")
-        bytes = sourceBytes + std::stoll(size);
+    const long long bytes = size == "empty"  ? 0
+                            : size == "half" ? sourceBytes / 2
+                                             : sourceBytes + std::stoll(size);
     std::ofstream file(job.output, std::ios::binary);
     file << std::string(static_cast<size_t>(bytes), 'x');
     file.close();
     return !file.fail();
-}
-
-void flood(int megabytes)
-{
-    const std::string block(1 << 20, '!');
-    for (int i = 0; i < megabytes; ++i) {
-        std::fwrite(block.data(), 1, block.size(), stderr);
-        std::fwrite(block.data(), 1, block.size(), stdout);
-    }
 }
 
 [[noreturn]] void crash()
@@ -181,7 +156,9 @@ int main(int argc, char** argv)
     const bool refused = std::ranges::count(arguments, "-n") > 0 && fs::exists(job.output);
     if (refused || !writeOutput(job, setting("FAKE_OUTPUT", "half")))
         return EXIT_FAILURE;
-    flood(std::stoi(setting("FAKE_STDERR_MB", "0")));
+    const std::string flood(std::stoul(setting("FAKE_STDERR_MB", "0")) << 20, '!');
+    std::cerr << flood;
+    std::cout << flood;
     record(".written", {});
 
     const std::string end = setting("FAKE_END", "exit");
