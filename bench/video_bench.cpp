@@ -106,10 +106,11 @@ void stopEncode(const QString& source, const QTemporaryDir& folder)
     out() << (secondsOf(CLOCK_MONOTONIC) - before) * 1000 << '\n';
 }
 
-void encode(const QString& source, const QTemporaryDir& folder, int count, bool together)
+void encode(const QString& source, const QTemporaryDir& folder, size_t count, bool together)
 {
     std::vector<Task> tasks;
-    for (int i = 0; i < count; ++i)
+    tasks.reserve(count);
+    for (size_t i = 0; i < count; ++i)
         tasks.push_back(makeTask(source, folder.filePath(QStringLiteral("out-%1.mp4").arg(i))));
     const double before = secondsOf(CLOCK_MONOTONIC);
     double processorSeconds = 0;
@@ -144,7 +145,7 @@ int main(int argc, char** argv)
     else if (arguments.size() == 3 && arguments[1] == QLatin1String("stop"))
         stopEncode(arguments[2], folder);
     else if (arguments.size() == 5 && arguments[1] == QLatin1String("encode"))
-        encode(arguments[2], folder, arguments[3].toInt(), arguments[4] == QLatin1String("together"));
+        encode(arguments[2], folder, arguments[3].toUInt(), arguments[4] == QLatin1String("together"));
     else
         qFatal("see the head of video_bench.cpp");
 }

@@ -52,7 +52,7 @@ struct Probe
     }
     QString pictureSize() const
     {
-        for (const QJsonValue& stream : streams) {
+        for (const QJsonValue stream : streams) {
             if (stream[QLatin1String("codec_type")] == QLatin1String("video"))
                 return QStringLiteral("%1:%2")
                     .arg(stream[QLatin1String("width")].toInt())
