@@ -114,7 +114,7 @@ void writeProgress(const std::string& path, const std::string& script)
             continue;
         }
         for (size_t at; (at = piece.find("\\n")) != std::string::npos;)
-            piece.replace(at, 2, "\n");
+            piece.replace(at, 2, 1, '\n');
         file << piece << std::flush;
     }
 }
