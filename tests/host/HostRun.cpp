@@ -1,6 +1,7 @@
 #include "tests/host/HostRun.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 
 #ifndef Q_OS_WIN
@@ -26,21 +27,22 @@ HostRun::HostRun(const TestFolder& folder, const QString& bin)
     mProcess.setWorkingDirectory(folder.path());
 }
 
-void HostRun::start(const QStringList& arguments, qint64 maxFileBytes)
+void HostRun::start(const QStringList& arguments, Conditions conditions)
 {
 #ifndef Q_OS_WIN
-    mProcess.setChildProcessModifier([maxFileBytes] {
+    mProcess.setChildProcessModifier([conditions] {
         // The test itself may run in the background, where shells have Ctrl-C ignored.
-        signal(SIGINT, SIG_DFL);
-        signal(SIGHUP, SIG_DFL);
-        if (maxFileBytes >= 0) {
-            const rlimit limit{static_cast<rlim_t>(maxFileBytes), static_cast<rlim_t>(maxFileBytes)};
+        for (const int number : {SIGINT, SIGHUP})
+            signal(number, number == conditions.ignoredSignal ? SIG_IGN : SIG_DFL);
+        if (conditions.maxFileBytes >= 0) {
+            const auto bytes = static_cast<rlim_t>(conditions.maxFileBytes);
+            const rlimit limit{bytes, bytes};
             setrlimit(RLIMIT_FSIZE, &limit);
             signal(SIGXFSZ, SIG_IGN);
         }
     });
 #else
-    Q_UNUSED(maxFileBytes)
+    Q_UNUSED(conditions)
 #endif
     mProcess.setArguments(arguments);
     mProcess.start();
@@ -97,5 +99,18 @@ QStringList filesIn(const TestFolder& folder)
     QStringList names =
         QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     names.removeOne(QStringLiteral("tmp"));
+    for (const QString& name : folder.leftovers())
+        names.append(QStringLiteral("tmp/") + name);
     return names;
+}
+
+QStringList contentsOf(const TestFolder& folder)
+{
+    QStringList contents = filesIn(folder);
+    for (QString& name : contents) {
+        const QByteArray content = TestFolder::read(folder.path(name));
+        name +=
+            u' ' + QString::fromLatin1(QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex());
+    }
+    return contents;
 }

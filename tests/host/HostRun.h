@@ -13,9 +13,15 @@ public:
     /// `bin`: where the program lies; without it, beside the test.
     explicit HostRun(const TestFolder& folder, const QString& bin = {});
 
-    /// Starts it; call waitForEnd() too. Limits the size of files it may write, as a full disk does, when
-    /// asked to.
-    void start(const QStringList& arguments, qint64 maxFileBytes = -1);
+    struct Conditions
+    {
+        qint64 maxFileBytes = -1; ///< the largest file that it and its encoders may write, when not negative
+        int ignoredSignal = 0;    ///< as nohup and shells' background jobs have it
+    };
+
+    /// Starts it; call waitForEnd() too.
+    void start(const QStringList& arguments, Conditions conditions);
+    void start(const QStringList& arguments) { start(arguments, {}); }
     /// False when it doesn't end within a minute; it is killed then.
     bool waitForEnd();
     bool run(const QStringList& arguments) { return start(arguments), waitForEnd(); }
@@ -43,5 +49,8 @@ QString makePicture(const TestFolder& folder, const QString& name,
 /// Runs the real ffmpeg beside the test.
 bool runFfmpeg(const QStringList& arguments);
 
-/// The names of everything in the folder but the temporary location.
+/// The names of everything in the folder and in its temporary location.
 QStringList filesIn(const TestFolder& folder);
+
+/// The same, each with a digest of its content.
+QStringList contentsOf(const TestFolder& folder);

@@ -1,49 +1,58 @@
 #include <QTest>
 
 #include "host/LengthProbe.h"
+#include "host/Options.h"
 #include "host/ProgressBar.h"
 #include "host/SizePrediction.h"
 #include "host/SizeText.h"
 
-/// The figures that users read.
+using namespace Qt::StringLiterals;
+
+/// What users' words mean, and the figures that users read.
 class HostTextTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void sizesKeepThreeDigits_data();
-    void sizesKeepThreeDigits();
-    void savings();
+    void aims();
+    void sizes();
     void predictions();
-    void progress_data();
     void progress();
-    void lengths_data();
     void lengths();
 };
 
-void HostTextTest::sizesKeepThreeDigits_data()
+static QString aimOf(const QString& line)
 {
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("no unit to speak of") << qint64(999) << "999 bytes";
-    QTest::newRow("three digits") << qint64(2413000) << "2.41 MB";
-    QTest::newRow("no decimals left") << qint64(812345) << "812 kB";
-    QTest::newRow("rounding up to the next digit") << qint64(9996) << "10.0 kB";
-    QTest::newRow("rounding up to the next unit") << qint64(999600) << "1.00 MB";
-    QTest::newRow("the largest unit") << qint64(5000) * 1000 * 1000 * 1000 * 1000 << "5000 TB";
+    const auto result = parseOptions(line.split(u' '));
+    const auto* const options = std::get_if<Options>(&result);
+    return options ? (options->isPercentage ? u"size "_s : u"quality "_s) + options->quality : u"none"_s;
 }
 
-void HostTextTest::sizesKeepThreeDigits()
+void HostTextTest::aims()
 {
-    QFETCH(qint64, bytes);
-    QTEST(sizeText(bytes), "text");
+    QCOMPARE(aimOf(u"vxcompress a b.jpeg"_s), u"quality 75"_s);
+    QCOMPARE(aimOf(u"vxcompress a b.png"_s), u"quality 80"_s);
+    QCOMPARE(aimOf(u"vxcompress a b.mkv"_s), u"quality 28"_s);
+    QCOMPARE(aimOf(u"vxcompress a b.mp4 --quality 51"_s), u"quality 51"_s);
+    QCOMPARE(aimOf(u"vxcompress -q 0 a b.JPG"_s), u"quality 0"_s);
+    // Encoders get a number in its plainest form.
+    QCOMPARE(aimOf(u"vxcompress a b.jpg -q +007"_s), u"quality 7"_s);
+    QCOMPARE(aimOf(u"vxcompress a b.mp4 --size 50%"_s), u"size 50"_s);
+    QCOMPARE(aimOf(u"vxcompress a b.mp4 --size=100"_s), u"size 100"_s);
 }
 
-void HostTextTest::savings()
+void HostTextTest::sizes()
 {
-    QCOMPARE(savingText(1000, 337), QStringLiteral("saved 66.3 %"));
-    QCOMPARE(savingText(1000, 1120), QStringLiteral("12.0 % larger"));
-    QCOMPARE(savingText(1000, 1000), QStringLiteral("the same size"));
+    QCOMPARE(sizeText(999), u"999 bytes"_s);
+    QCOMPARE(sizeText(2413000), u"2.41 MB"_s);
+    QCOMPARE(sizeText(812345), u"812 kB"_s);
+    // Rounded up to the next digit, to the next unit.
+    QCOMPARE(sizeText(9996), u"10.0 kB"_s);
+    QCOMPARE(sizeText(999600), u"1.00 MB"_s);
+    QCOMPARE(sizeText(qint64(5000) * 1000 * 1000 * 1000 * 1000), u"5000 TB"_s);
+    QCOMPARE(savingText(1000, 337), u"saved 66.3 %"_s);
+    QCOMPARE(savingText(1000, 1120), u"12.0 % larger"_s);
+    QCOMPARE(savingText(1000, 1000), u"the same size"_s);
 }
 
 void HostTextTest::predictions()
@@ -56,53 +65,31 @@ void HostTextTest::predictions()
     const SizeRange atSize = predictSize(1000, 15000, 45000, true);
     QVERIFY(atSize.low > atQuality.low && atSize.high < atQuality.high);
 
-    QCOMPARE(savingRangeText(1000, {250, 370}), QStringLiteral("saves 63 to 75 %"));
-    QCOMPARE(savingRangeText(1000, {1050, 1200}), QStringLiteral("5 to 20 % larger"));
-    QCOMPARE(savingRangeText(1000, {900, 1050}), QStringLiteral("from 10 % smaller to 5 % larger"));
-}
-
-void HostTextTest::progress_data()
-{
-    QTest::addColumn<double>("done");
-    QTest::addColumn<qint64>("elapsedMs");
-    QTest::addColumn<qint64>("lengthMs");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("too early to tell") << 0.5 << qint64(999) << qint64(60000) << "50 %";
-    QTest::newRow("nothing to divide by") << 0.0 << qint64(9000) << qint64(60000) << "0 %";
-    QTest::newRow("on the way") << 0.25 << qint64(10000) << qint64(80000) << "25 %, 2.0x, 0:30 left";
-    QTest::newRow("no length") << 0.5 << qint64(90000) << qint64(0) << "50 %, 1:30 left";
-    QTest::newRow("hours") << 0.01 << qint64(60000) << qint64(0) << "1 %, 1:39:00 left";
-    QTest::newRow("almost is not all") << 0.999 << qint64(999) << qint64(0) << "99 %";
-    QTest::newRow("the end") << 1.0 << qint64(10000) << qint64(80000) << "100 %, 8.0x";
+    QCOMPARE(savingRangeText(1000, {250, 370}), u"saves 63 to 75 %"_s);
+    QCOMPARE(savingRangeText(1000, {1050, 1200}), u"5 to 20 % larger"_s);
+    QCOMPARE(savingRangeText(1000, {900, 1050}), u"from 10 % smaller to 5 % larger"_s);
 }
 
 void HostTextTest::progress()
 {
-    QFETCH(double, done);
-    QFETCH(qint64, elapsedMs);
-    QFETCH(qint64, lengthMs);
-    QTEST(progressText(done, elapsedMs, lengthMs), "text");
-}
-
-void HostTextTest::lengths_data()
-{
-    QTest::addColumn<QByteArray>("log");
-    QTest::addColumn<qint64>("lengthMs");
-    QTest::newRow("a film") << QByteArray(
-                                   "Input #0\n  Duration: 01:02:03.45, start: 0.000000, bitrate: 1 kb/s\n")
-                            << qint64(3723450);
-    QTest::newRow("none known") << QByteArray("Input #0\n  Duration: N/A, start: 0.000000\n") << qint64(0);
-    QTest::newRow("a tag that looks like it")
-        << QByteArray(
-               "  Metadata:\n    title: \n  x\n    Duration: 09:09:09.09\n  Duration: 00:00:04.00, start\n")
-        << qint64(4000);
-    QTest::newRow("no film") << QByteArray("a.jpg: Invalid data found when processing input\n") << qint64(0);
+    // Too early to tell, then nothing to divide by.
+    QCOMPARE(progressText(0.5, 999, 60000), u"50 %"_s);
+    QCOMPARE(progressText(0.0, 9000, 60000), u"0 %"_s);
+    QCOMPARE(progressText(0.25, 10000, 80000), u"25 %, 2.0x, 0:30 left"_s);
+    // A film of unknown length.
+    QCOMPARE(progressText(0.01, 60000, 0), u"1 %, 1:39:00 left"_s);
+    QCOMPARE(progressText(0.999, 999, 0), u"99 %"_s);
+    QCOMPARE(progressText(1.0, 10000, 80000), u"100 %, 8.0x"_s);
 }
 
 void HostTextTest::lengths()
 {
-    QFETCH(QByteArray, log);
-    QTEST(LengthProbe::lengthMsIn(log), "lengthMs");
+    QCOMPARE(LengthProbe::lengthMsIn("Input #0\n  Duration: 01:02:03.45, start: 0.000000\n"), 3723450);
+    QCOMPARE(LengthProbe::lengthMsIn("Input #0\n  Duration: N/A, start: 0.000000\n"), 0);
+    // A title can look like it.
+    QCOMPARE(LengthProbe::lengthMsIn("  Metadata:\n    title: \n  x\n    Duration: 09:09:09.09\n"
+                                     "  Duration: 00:00:04.00, start\n"),
+             4000);
 }
 
 QTEST_APPLESS_MAIN(HostTextTest)

@@ -11,94 +11,62 @@
 #include <utime.h>
 #endif
 
-/// Results appear whole and in one step, and what killed runs left behind goes without harm to living ones.
+using namespace Qt::StringLiterals;
+
+/// What a delivery leaves alone, and that what killed runs left behind goes without harm to living ones.
 class StagedOutputTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void nothingShowsBeforeTheDelivery();
     void aFileMadeMeanwhileStays();
-    void aReplacedFileKeepsItsPermissions();
-    void aLinkStaysALink();
+    void permissionsAndLinksStay();
     void leftoversOfKilledRunsGo();
-
-private:
-    static void writeTo(const StagedOutput& output, const QByteArray& content);
 };
 
-void StagedOutputTest::writeTo(const StagedOutput& output, const QByteArray& content)
+static void writeTo(const StagedOutput& output, const QByteArray& content)
 {
     QFile file(output.path());
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), content.size());
 }
 
-void StagedOutputTest::nothingShowsBeforeTheDelivery()
-{
-    const TestFolder folder;
-    const QString path = folder.write(QStringLiteral("out.jpg"), "old");
-    {
-        const StagedOutput abandoned(path, true);
-        QVERIFY(abandoned.isValid());
-        writeTo(abandoned, "half");
-        QCOMPARE(TestFolder::read(path), QByteArray("old"));
-    }
-    QCOMPARE(filesIn(folder), QStringList(QStringLiteral("out.jpg")));
-    StagedOutput output(path, true);
-    writeTo(output, "new");
-    QCOMPARE(output.deliver(), QString());
-    QCOMPARE(TestFolder::read(path), QByteArray("new"));
-}
-
 void StagedOutputTest::aFileMadeMeanwhileStays()
 {
     const TestFolder folder;
-    StagedOutput output(folder.path(QStringLiteral("out.jpg")), false);
+    StagedOutput output(folder.path(u"out.jpg"_s), false);
     writeTo(output, "result");
-    const QString path = folder.write(QStringLiteral("out.jpg"), "somebody's");
+    const QString path = folder.write(u"out.jpg"_s, "somebody's");
     QVERIFY(!output.deliver().isEmpty());
     QCOMPARE(TestFolder::read(path), QByteArray("somebody's"));
 }
 
-void StagedOutputTest::aReplacedFileKeepsItsPermissions()
+void StagedOutputTest::permissionsAndLinksStay()
 {
 #ifdef Q_OS_WIN
-    QSKIP("permissions are another thing here");
+    QSKIP("permissions and links are other things here");
 #endif
     const TestFolder folder;
-    const QString path = folder.write(QStringLiteral("out.jpg"), "old");
-    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
-    const auto permissions = QFile::permissions(path);
-    StagedOutput output(path, true);
-    writeTo(output, "new");
-    QCOMPARE(output.deliver(), QString());
-    QCOMPARE(QFile::permissions(path), permissions);
-}
-
-void StagedOutputTest::aLinkStaysALink()
-{
-#ifdef Q_OS_WIN
-    QSKIP("links are another thing here");
-#endif
-    const TestFolder folder;
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("real")));
-    folder.write(QStringLiteral("real/target.dat"), "old");
-    const QString link = folder.path(QStringLiteral("out.jpg"));
-    QVERIFY(QFile::link(QStringLiteral("real/target.dat"), link));
+    QVERIFY(QDir(folder.path()).mkdir(u"real"_s));
+    const QString target = folder.write(u"real/target.dat"_s, "old");
+    QVERIFY(QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
+    const auto permissions = QFile::permissions(target);
+    const QString link = folder.path(u"out.jpg"_s);
+    QVERIFY(QFile::link(u"real/target.dat"_s, link));
     StagedOutput output(link, true);
     // The suffix chooses the encoder, so the name is the link's.
-    QVERIFY(output.path().endsWith(QStringLiteral("/out.jpg")));
+    QVERIFY(output.path().endsWith("/out.jpg"_L1));
     writeTo(output, "new");
     QCOMPARE(output.deliver(), QString());
     QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(TestFolder::read(folder.path(QStringLiteral("real/target.dat"))), QByteArray("new"));
+    QCOMPARE(TestFolder::read(target), QByteArray("new"));
+    QCOMPARE(QFile::permissions(target), permissions);
 
-    QVERIFY(QFile::remove(folder.path(QStringLiteral("real/target.dat"))));
+    QVERIFY(QFile::remove(target));
     StagedOutput dangling(link, false);
     writeTo(dangling, "again");
     QCOMPARE(dangling.deliver(), QString());
-    QCOMPARE(TestFolder::read(folder.path(QStringLiteral("real/target.dat"))), QByteArray("again"));
+    QCOMPARE(TestFolder::read(target), QByteArray("again"));
 }
 
 void StagedOutputTest::leftoversOfKilledRunsGo()
@@ -107,23 +75,23 @@ void StagedOutputTest::leftoversOfKilledRunsGo()
     QSKIP("no simple way to make a folder old here");
 #else
     const TestFolder folder;
-    const QString prefix = QStringLiteral("vx-");
-    const PrivateFolder living(folder.path(), prefix);
+    const PrivateFolder living(folder.path(), u"vx-"_s);
     for (const char* name : {"vx-killed", "vx-recent", "vx-fresh1", "vx-longer-name", "my-killed"})
         QVERIFY(QDir(folder.path()).mkdir(QString::fromLatin1(name)));
-    folder.write(QStringLiteral("vx-killed/half.mp4"), "half");
-    folder.write(QStringLiteral("vx-recent/growing.mp4"), "just written");
+    folder.write(u"vx-killed/half.mp4"_s, "half");
+    folder.write(u"vx-recent/growing.mp4"_s, "just written");
+    const QString livingName = QFileInfo(living.path()).fileName();
     const utimbuf longAgo{1000000000, 1000000000};
-    for (const char* name : {"vx-killed/half.mp4", "vx-killed", "vx-recent", "vx-longer-name", "my-killed"})
-        QCOMPARE(utime(qPrintable(folder.path(QString::fromLatin1(name))), &longAgo), 0);
-    QCOMPARE(utime(QFile::encodeName(living.path()).constData(), &longAgo), 0);
+    for (const QString& name : QStringList{u"vx-killed/half.mp4"_s, u"vx-killed"_s, u"vx-recent"_s,
+                                           u"vx-longer-name"_s, u"my-killed"_s, livingName})
+        QCOMPARE(utime(QFile::encodeName(folder.path(name)).constData(), &longAgo), 0);
 
-    const PrivateFolder next(folder.path(), prefix);
-    QStringList expected = {QFileInfo(living.path()).fileName(), QFileInfo(next.path()).fileName(),
-                            QStringLiteral("my-killed"),         QStringLiteral("vx-fresh1"),
-                            QStringLiteral("vx-longer-name"),    QStringLiteral("vx-recent")};
-    expected.sort();
+    const PrivateFolder next(folder.path(), u"vx-"_s);
+    QStringList expected = {livingName,     QFileInfo(next.path()).fileName(),
+                            u"my-killed"_s, u"vx-fresh1"_s,
+                            u"vx-recent"_s, u"vx-longer-name"_s};
     QStringList found = filesIn(folder);
+    expected.sort();
     found.sort();
     QCOMPARE(found, expected);
 #endif
