@@ -5,6 +5,7 @@
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
+. "$root/bench/common.sh"
 rounds=${1:-2}
 bin="$root/build/dev/bin"
 cores=$(nproc)
@@ -23,15 +24,6 @@ for size in 1152x864 1632x1224 2016x1512 2304x1728; do
     ffmpeg -v error -f lavfi -i "testsrc2=s=$size:r=1,noise=alls=8:allf=t" -frames:v 50 -q:v 2 \
         "$work/sources/%02d-$megapixel.jpg" </dev/null
 done
-
-seconds() { # COMMAND...: its wall time
-    local begin end
-    begin=$(date +%s.%N)
-    "$@" >/dev/null 2>&1
-    end=$(date +%s.%N)
-    awk -v b="$begin" -v e="$end" 'BEGIN { printf "%.4f\n", e - b }'
-}
-median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 
 encode_bare() { # SOURCE...: names in the folder of the sources
     printf '%s\0' "$@" | (cd "$work/sources" &&

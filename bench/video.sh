@@ -5,6 +5,7 @@
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
+. "$root/bench/common.sh"
 rounds=${1:-3}
 bin="$root/build/dev/bin"
 work=$(mktemp -d)
@@ -22,14 +23,6 @@ make_source() { # SECONDS FILE
 make_source 60 "$work/long.mp4"
 make_source 10 "$work/short.mp4"
 
-seconds() { # COMMAND...: its wall time
-    local begin end
-    begin=$(date +%s.%N)
-    "$@" >/dev/null 2>&1
-    end=$(date +%s.%N)
-    awk -v b="$begin" -v e="$end" 'BEGIN { printf "%.3f\n", e - b }'
-}
-median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 repeat() { # TIMES COMMAND...: its output, so many times
     local i
     for ((i = 0; i < $1; ++i)); do "${@:2}"; done

@@ -1,9 +1,8 @@
 #include "video/TargetBitrate.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
+#include "demux/Saturate.h"
 #include "hostlibs/VxMediaInfo.h"
 
 namespace {
@@ -23,17 +22,6 @@ qint64 usableDurationMs(qint64 durationMs, qint64 fallbackDurationMs)
     return durationMs >= kShortestDurationMs ? durationMs : std::max(fallbackDurationMs, kShortestDurationMs);
 }
 
-qint32 saturatedInt(float value)
-{
-    // The largest 32-bit integer is no float: the nearest one is just above.
-    constexpr float kLimit = 2147483648.0F;
-    if (std::isnan(value))
-        return 0;
-    if (value >= kLimit)
-        return std::numeric_limits<qint32>::max();
-    return value <= -kLimit ? std::numeric_limits<qint32>::min() : static_cast<qint32>(value);
-}
-
 } // namespace
 
 qint32 targetBitrateKbit(const Vantor::MediaInfoV3& source, const QString& percentage,
@@ -48,5 +36,5 @@ qint32 targetBitrateKbit(const Vantor::MediaInfoV3& source, const QString& perce
     bits = bits * 8.0F;
     bits = bits / static_cast<float>(pairsOf512(usableDurationMs(source.duration, fallbackDurationMs)));
     bits = bits - static_cast<float>(pairsOf512(audioBitrate));
-    return pairsOf512(saturatedInt(bits));
+    return pairsOf512(Vantor::saturate<qint32>(bits));
 }
