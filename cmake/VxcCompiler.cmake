@@ -1,17 +1,17 @@
 # How every target of the project is compiled: link vxc_compiler PRIVATE.
-set(CMAKE_CXX_STANDARD 20)
-set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 add_library(vxc_compiler INTERFACE)
+target_compile_features(vxc_compiler INTERFACE cxx_std_20)
 target_compile_definitions(vxc_compiler INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
 if(MSVC)
-    target_compile_options(vxc_compiler INTERFACE /W4 /utf-8)
+    target_compile_options(vxc_compiler INTERFACE /W4 /utf-8 $<$<BOOL:${VXC_WERROR}>:/WX>)
 else()
     target_compile_options(vxc_compiler INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
-        -Woverloaded-virtual -Wold-style-cast -Wconversion -Wno-sign-conversion)
+        -Woverloaded-virtual -Wold-style-cast -Wconversion -Wno-sign-conversion
+        $<$<BOOL:${VXC_WERROR}>:-Werror>)
 endif()
 
 if(VXC_SANITIZE)

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
-
 #include "compressor/ICompressor.h"
+#include "compressor/VxCompressorExport.h"
 
 /// The library's one exported function: the process-wide compressor.
 ///
@@ -11,6 +10,6 @@
 /// library at run time resolves "CompressorEntry" and casts the address to CompressorEntryFunction.
 ///
 /// Once called, the library must stay loaded: tasks run its code until the last of them is released.
-extern "C" Q_DECL_EXPORT ICompressor* CompressorEntry();
+extern "C" VXCOMPRESSOR_EXPORT ICompressor* CompressorEntry();
 
 using CompressorEntryFunction = ICompressor* (*)();

@@ -26,8 +26,8 @@ public:
     virtual bool start() = 0;
 
     /// Ends a running job and removes what it wrote. It normally delivers compressFinished before it returns,
-    /// else (the encoder does not die within 500 ms) when the encoder has gone. Without a running job it
-    /// touches no file.
+    /// else (a video without an output yet, an encoder that does not die within 500 ms) when the encoder has
+    /// gone. Without a running job it touches no file.
     virtual void stop() = 0;
 
     /// Video only: encodes the first 15 seconds into the output path, with the job's settings, so that the
@@ -40,7 +40,7 @@ signals:
     /// automatically; during estimate() in the task's thread.
     void compressProcess(float progress);
 
-    /// The job's one end. Code 0: the result is at the output path. 62097: the job was stopped. -2: the
-    /// encoder could not be started. Other codes: the encoder's exit code, see docs/host-interface.md.
+    /// The job's one end. Code 0: the encoder has done its work. 62097: the job was stopped. -2: the encoder
+    /// could not be started. Other codes: the encoder's exit code; see FinishCode.h and docs/host-interface.md.
     void compressFinished(int finishedCode, QString errorDescription);
 };

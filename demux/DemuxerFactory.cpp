@@ -1,6 +1,8 @@
 #include "demux/DemuxerFactory.h"
 
 #include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
 
 #include "demux/FFVobDemuxer.h"
 #include "hostlibs/VantorBase.h"
@@ -11,6 +13,9 @@ namespace {
 
 bool isVobEnabled()
 {
+    // A missing key is entered, by any thread that builds a command.
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
     return VantorBaseEntry()->settings()[QStringLiteral("kVob_DeMux_Enabled")].toBool();
 }
 

@@ -58,7 +58,7 @@ bool toleratesMissingInfo(AVFormatContext* context)
 
 } // namespace
 
-FFDemuxer::FFDemuxer() = default;
+FFDemuxer::FFDemuxer(TimestampFall fall) : mTimestampFall(fall) {}
 
 FFDemuxer::~FFDemuxer() = default;
 
@@ -136,6 +136,8 @@ bool FFDemuxer::readStreamInfo()
 {
     AVFormatContext* context = mFormatCtx.data();
     const bool tolerant = toleratesMissingInfo(context);
+    if (mTimestampFall == TimestampFall::Joint)
+        context->correct_ts_overflow = 0;
     const bool read = avformat_find_stream_info(context, nullptr) >= 0;
     // For a file without streams some 6.x report success, all others the end of the file.
     return (read && context->nb_streams > 0) || tolerant;

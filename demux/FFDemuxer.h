@@ -18,7 +18,14 @@ namespace Vantor {
 class FFDemuxer : public BasicObject
 {
 public:
-    FFDemuxer();
+    /// What it means when timestamps fall by more than a minute.
+    enum class TimestampFall
+    {
+        ClockWrap, ///< the source's clock began again: later timestamps are moved up by its whole range
+        Joint      ///< another piece begins: they stay as they are
+    };
+
+    explicit FFDemuxer(TimestampFall fall = TimestampFall::ClockWrap);
     ~FFDemuxer() override;
 
     /// Opens the input and reads its stream information, which blocks for as long as the probing takes. False
@@ -57,6 +64,7 @@ private:
     /// Shared with the context that reads from it, which a copy of its handle can keep beyond this object.
     std::shared_ptr<QFile> mQrcFile;
     QString mFilePath;
+    TimestampFall mTimestampFall;
 };
 
 } // namespace Vantor

@@ -1,11 +1,11 @@
 #include "demux/FFVobDemuxer.h"
 
-#include <QDebug>
-
 #include <algorithm>
 
 #include "demux/MediaDescription.h"
+#include "demux/Saturate.h"
 #include "demux/VobChapterScanner.h"
+#include "log/DebugLine.h"
 
 namespace Vantor {
 
@@ -24,7 +24,15 @@ qint32 plus(qint32 sum, qint64 length)
     return static_cast<qint32>(static_cast<quint32>(sum) + static_cast<quint32>(length));
 }
 
+// Beyond 2^53, where a double is no longer exact, there is no place in a file.
+qint64 saturatedProduct(qint64 a, qint64 b)
+{
+    return saturate<qint64>(static_cast<double>(a) * static_cast<double>(b));
+}
+
 } // namespace
+
+FFVobDemuxer::FFVobDemuxer() : FFDemuxer(TimestampFall::Joint) {}
 
 bool FFVobDemuxer::open(const QString& path)
 {
@@ -65,7 +73,7 @@ qint64 FFVobDemuxer::chapterLengthMs(const VobChapter& chapter) const
 {
     const qint64 span = shifted(chapter.lastPts, chapter.firstPts, 0);
     const qint64 length = std::max<qint64>(av_rescale_q(span, timeBaseOf(chapter), kMilliseconds), 1);
-    qDebug() << "chapter len: " << length << "ms";
+    debugLine() << "chapter len: " << length << "ms";
     return length;
 }
 
@@ -76,17 +84,21 @@ void FFVobDemuxer::seek(qint64 ms, int /*streamIndex*/)
     qint32 start = 0;
     for (const VobChapter& chapter : mChapters->chapters) {
         const qint64 length = chapterLengthMs(chapter);
-        if (start > ms || start + length < ms) {
+        if (start > ms || av_sat_add64(start, length) < ms) {
             start = plus(start, length);
             continue;
         }
-        const qint64 offset = ms - av_rescale_q(chapter.outPtsBase, timeBaseOf(chapter), kMilliseconds);
+        const qint64 chapterStart = av_rescale_q(chapter.outPtsBase, timeBaseOf(chapter), kMilliseconds);
+        const qint64 offset = av_sat_sub64(ms, chapterStart);
         const qint64 bytesPerMs = (chapter.tailPosInFile - chapter.headPosInFile) / length;
-        qDebug() << "tailPosInFile : " << chapter.tailPosInFile << "headPosInFile : " << chapter.headPosInFile
-                 << "sz / durationMs(timeBase) : " << bytesPerMs;
+        debugLine() << "tailPosInFile : " << chapter.tailPosInFile
+                    << "headPosInFile : " << chapter.headPosInFile
+                    << "sz / durationMs(timeBase) : " << bytesPerMs;
         const qint64 target =
-            chapter.headPosInFile + bytesPerMs * (offset <= kSeekLeadMs ? offset : offset - kSeekLeadMs);
+            av_sat_add64(chapter.headPosInFile,
+                         saturatedProduct(bytesPerMs, offset <= kSeekLeadMs ? offset : offset - kSeekLeadMs));
         seekByFilePos(target);
+        mCachedChapterValid = false;
         for (VobTrack& track : mTracks)
             track.moveTo(target);
         return;
@@ -97,14 +109,12 @@ void FFVobDemuxer::seek(qint64 ms, int /*streamIndex*/)
 const VobChapter* FFVobDemuxer::chapterOf(const AVPacket& packet)
 {
     const auto track = mTracks.find(packet.stream_index);
-    if (track == mTracks.end())
-        return nullptr;
     if (mCachedChapterValid && mCachedChapter.streamIndex == packet.stream_index &&
         mCachedChapter.holds(packet.pos)) {
         track->stay(packet);
         return &mCachedChapter;
     }
-    const VobChapter* chapter = track->follow(packet);
+    const VobChapter* chapter = track == mTracks.end() ? nullptr : track->follow(packet);
     mCachedChapterValid = chapter != nullptr;
     if (chapter)
         mCachedChapter = *chapter;
@@ -141,7 +151,7 @@ qint64 FFVobDemuxer::durationMs()
     }
     const qint32 longest =
         std::max(video, audio.isEmpty() ? 0 : *std::max_element(audio.cbegin(), audio.cend()));
-    qDebug() << "audio duration (ms) : " << longest;
+    debugLine() << "audio duration (ms) : " << longest;
     return std::max(longest, 0);
 }
 

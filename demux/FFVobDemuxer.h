@@ -13,6 +13,8 @@ namespace Vantor {
 class FFVobDemuxer : public FFDemuxer
 {
 public:
+    FFVobDemuxer();
+
     bool open(const QString& path) override;
     void close() override;
 

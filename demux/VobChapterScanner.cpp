@@ -1,9 +1,10 @@
 #include "demux/VobChapterScanner.h"
 
-#include <QDebug>
+#include <QMutexLocker>
 
 #include "demux/FFDemuxer.h"
 #include "demux/MediaDescription.h"
+#include "log/DebugLine.h"
 
 namespace Vantor {
 
@@ -54,7 +55,7 @@ void ChapterCutter::add(const AVPacket& packet)
     } else if (packet.dts < open->lastDts) {
         VobChapter next = begin(packet, *mediaType, pts);
         next.outPtsBase = shifted(open->lastPts, open->firstPts, open->outPtsBase);
-        next.outDtsBase = shifted(open->lastDts, open->firstDts, open->outDtsBase) + 1;
+        next.outDtsBase = shifted(shifted(open->lastDts, open->firstDts, open->outDtsBase), 0, 1);
         mClosed.append(*open);
         *open = next;
     }
@@ -89,9 +90,13 @@ VobChapterScanner& VobChapterScanner::instance()
 
 QSharedPointer<const VobChapterList> VobChapterScanner::chapters(const QString& path)
 {
-    if (auto known = mKnown.value(path))
-        return known;
-    FFDemuxer demuxer;
+    {
+        const QMutexLocker lock(&mMutex);
+        if (auto known = mKnown.value(path))
+            return known;
+    }
+    // Without the lock: files are scanned side by side, and rather one of them twice than all in a row.
+    FFDemuxer demuxer(FFDemuxer::TimestampFall::Joint);
     if (!demuxer.open(path))
         return {};
     ChapterCutter cutter(*describeMedia(demuxer));
@@ -100,9 +105,12 @@ QSharedPointer<const VobChapterList> VobChapterScanner::chapters(const QString& 
     QSharedPointer<const VobChapterList> list = cutter.finish();
     if (list->chapters.isEmpty())
         return {};
-    qDebug() << "chapter count: " << list->chapters.size();
-    mKnown.insert(path, list);
-    return list;
+    debugLine() << "chapter count: " << list->chapters.size();
+    const QMutexLocker lock(&mMutex);
+    auto& known = mKnown[path];
+    if (!known)
+        known = list;
+    return known;
 }
 
 } // namespace Vantor

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMap>
+#include <QMutex>
 #include <QSharedPointer>
 #include <QString>
 
@@ -9,7 +10,8 @@
 namespace Vantor {
 
 /// Finds the chapters of files and remembers them, by path, as long as the process lives: a file that changes
-/// keeps its old ones. The one scanner is made on first use, safely; scanning is for one thread at a time.
+/// keeps its old ones. The one scanner is made on first use and may be used by any threads at once; two that
+/// ask for the same new path both scan it.
 class VobChapterScanner
 {
 public:
@@ -22,6 +24,7 @@ public:
 private:
     VobChapterScanner() = default;
 
+    QMutex mMutex;
     QMap<QString, QSharedPointer<const VobChapterList>> mKnown;
 };
 

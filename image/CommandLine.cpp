@@ -3,15 +3,24 @@
 #include <QCoreApplication>
 #include <QDir>
 
-#include "image/Delivery.h"
 #include "image/Platform.h"
+
+namespace {
+
+// ffmpeg takes what stands before a colon for a protocol, but for a drive's letter.
+bool looksLikeProtocol(const QString& path)
+{
+    return path.contains(u':') && QDir::isRelativePath(path) && !Platform::namesADrive(path);
+}
+
+} // namespace
 
 QString quotedPath(const QString& path)
 {
     QString text = path;
     // Three quotes in a row are one literal quote, inside a quoted stretch and outside.
     text.replace(u'"', QLatin1String("\"\"\""));
-    if (text.startsWith(u'-'))
+    if (text.startsWith(u'-') || looksLikeProtocol(path))
         text.prepend(QLatin1String("./"));
     return u'"' + text + u'"';
 }
@@ -24,9 +33,4 @@ QString toolPath(const char* tool)
 QString commandLine(const QString& tool, const QStringList& fragments)
 {
     return quotedPath(tool) + u' ' + fragments.join(u' ');
-}
-
-QString overwriteOption(const QString& inputPath, const QString& outputPath)
-{
-    return isSameFile(inputPath, outputPath) ? QStringLiteral("-n") : QStringLiteral("-y");
 }

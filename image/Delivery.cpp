@@ -2,10 +2,11 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
-#include <filesystem>
+#include "image/Platform.h"
 
 namespace {
 
@@ -13,40 +14,105 @@ constexpr qint64 kCopyBlockBytes = 1 << 20;
 // ffmpeg writes so much at a time.
 constexpr int kDiskProbeBytes = 1 << 15;
 
-bool copyAll(QFile& source, QSaveFile& target)
+// Both unbuffered: a full disk must show at write(), since closing takes no notice of a last buffer that
+// could not be written.
+constexpr QIODevice::OpenMode kRead = QIODevice::ReadOnly | QIODevice::Unbuffered;
+constexpr QIODevice::OpenMode kWrite = QIODevice::WriteOnly | QIODevice::Unbuffered;
+
+bool copyAll(QFile& source, QFileDevice& target)
 {
-    while (!source.atEnd()) {
-        const QByteArray block = source.read(kCopyBlockBytes);
-        if (block.isEmpty() || target.write(block) != block.size())
+    QByteArray block(kCopyBlockBytes, Qt::Uninitialized);
+    for (;;) {
+        const qint64 bytes = source.read(block.data(), block.size());
+        if (bytes <= 0)
+            return bytes == 0 && source.error() == QFileDevice::NoError;
+        if (target.write(block.constData(), bytes) != bytes)
             return false;
     }
-    return source.error() == QFileDevice::NoError;
 }
 
 } // namespace
 
+Sameness sameness(const QString& path, const QString& other)
+{
+    const Platform::FileId one = Platform::fileId(path);
+    const Platform::FileId two = Platform::fileId(other);
+    if (one.state == Platform::FileId::Missing || two.state == Platform::FileId::Missing)
+        return Sameness::Different;
+    if (one.state == Platform::FileId::Unknown || two.state == Platform::FileId::Unknown)
+        return Sameness::Unknown;
+    return one.id == two.id ? Sameness::Same : Sameness::Different;
+}
+
 bool isSameFile(const QString& path, const QString& other)
 {
-    std::error_code error;
-    return std::filesystem::equivalent(QFileInfo(path).filesystemFilePath(),
-                                       QFileInfo(other).filesystemFilePath(), error);
+    return sameness(path, other) != Sameness::Different;
 }
 
-bool deliverFile(const QString& from, const QString& to)
+QString finalPath(const QString& path)
+{
+    const QFileInfo info(path);
+    if (!info.isSymbolicLink())
+        return path;
+    const QString target = info.canonicalFilePath();
+    return target.isEmpty() ? info.symLinkTarget() : target;
+}
+
+// Of its own choosing, not made from the file's: that may have no room for more.
+QString privateNameBeside(const QString& path, const QString& suffix)
+{
+    const QString name = QString::number(QRandomGenerator::global()->generate64(), 36);
+    return QFileInfo(path).path() + QLatin1String("/.vx-") + name +
+           (suffix.isEmpty() ? QString() : u'.' + suffix);
+}
+
+bool copyFile(const QString& from, const QString& to)
 {
     QFile source(from);
-    QSaveFile target(to);
-    // Unbuffered: a full disk must show at write(), since commit() takes no notice of a last buffer it
-    // couldn't write.
-    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+    QFile target(to);
+    if (!source.open(kRead) || !target.open(kWrite | QIODevice::NewOnly))
         return false;
-    return copyAll(source, target) && target.commit();
+    if (copyAll(source, target))
+        return true;
+    target.remove();
+    return false;
 }
 
-void removeFailedOutput(const QString& outputPath, const QString& inputPath)
+bool deliverFile(const QString& from, const QString& to,
+                 const std::optional<QFileDevice::Permissions>& permissions)
 {
-    if (!isSameFile(outputPath, inputPath))
-        QFile::remove(outputPath);
+    const QString place = finalPath(to);
+    const QFileInfo existing(place);
+    if (existing.exists() && !(existing.isFile() && existing.isWritable()))
+        return false;
+    // The name that is there may be too long for QSaveFile's own draft beside it.
+    const QString draft = privateNameBeside(place);
+    QFile source(from);
+    QSaveFile target(draft);
+    if (!source.open(kRead) || !target.open(kWrite))
+        return false;
+    if (permissions || existing.exists())
+        target.setPermissions(permissions.value_or(existing.permissions()));
+    if (!copyAll(source, target) || !target.commit())
+        return false;
+    if (Platform::replaceFile(draft, place))
+        return true;
+    Platform::removeFile(draft);
+    return false;
+}
+
+bool deliverSource(const QString& from, const QString& source, const QString& to)
+{
+    return deliverFile(from, to, QFileInfo(QFileInfo::exists(source) ? source : from).permissions());
+}
+
+bool removeFailedOutput(const QString& outputPath, const QString& inputPath)
+{
+    const QString written = finalPath(outputPath);
+    // No encoder makes a folder or a device.
+    if (!QFileInfo(written).isFile() || isSameFile(written, inputPath))
+        return true;
+    return Platform::removeFile(written);
 }
 
 // Asked by writing: free space in numbers knows neither quotas nor what is reserved for whom.

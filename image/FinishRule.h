@@ -1,34 +1,41 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QLatin1String>
 
-/// How a finished JPEG or PNG run is judged: sizes and exit code in, finish code and delivery out.
+/// How a run is judged: exit code and sizes in, finish code, text and delivery out.
 
-struct ImageRun
+enum class TaskKind
 {
-    int exitCode;
-    int corruptInputCode; ///< the encoder's exit code for an input that is no image
-    bool endedWhole;      ///< the encoder came to its own end: neither crashed nor stopped
-    qint64 sourceBytes;   ///< 0 when there is no file
-    qint64 resultBytes;   ///< 0 when there is no file
+    Jpeg,
+    Png,
+    Webp,
+    Video
 };
 
-struct ImageVerdict
+struct EncoderRun
+{
+    int exitCode;
+    bool endedWhole;        ///< the encoder came to its own end: neither crashed nor stopped
+    qint64 sourceBytes = 0; ///< 0 when there is no file; of no account for video
+    qint64 resultBytes = 0; ///< 0 when there is no file; of no account for video
+};
+
+struct Verdict
 {
     enum Delivery
     {
-        Nothing,
+        Nothing, ///< the result is removed
         Result,
-        Source
+        Source ///< a copy of the source goes out in the result's place
     };
 
     int finishCode;
-    bool corruptInput; ///< the input is no image, and the description says so
-    bool logged;
+    QLatin1String text;
     Delivery delivery;
+    bool logged = true;
 };
 
-ImageVerdict judgeImageRun(const ImageRun& run);
+Verdict judge(TaskKind kind, const EncoderRun& run);
 
-/// No result came to be, or it could not be delivered.
-constexpr ImageVerdict kNoOutputVerdict{2, false, false, ImageVerdict::Nothing};
+/// The verdict for a result or a source that could not be delivered.
+Verdict undelivered(TaskKind kind);

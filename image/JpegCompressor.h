@@ -1,9 +1,7 @@
 #pragma once
 
-#include <QString>
-
 #include "compressor/CompressTask.h"
-#include "image/ToolProcess.h"
+#include "image/WorkspaceJob.h"
 
 /// Re-encodes an image to JPEG with cJpeg.
 class JpegCompressor : public CompressTask
@@ -20,13 +18,5 @@ protected slots:
     void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
 
 private:
-    QStringList buildCommand();
-
-    QString mCompressDir;
-    QString mTempInputPath;
-    QString mTempOutputPath;
-    QString mInputPath;
-    QString mOutputPath;
-    QString mQuality;
-    ToolProcess::Pointer mProcess;
+    WorkspaceJob mJob;
 };

@@ -3,19 +3,14 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
 #include "image/Delivery.h"
-
-namespace {
-
-constexpr int kNotDeliveredCode = 2;
-
-} // namespace
 
 WebpCompressor::WebpCompressor(const QVariantMap& params)
     : CompressTask(params), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
       mOutputPath(params.value(QStringLiteral("outputPath")).toString()),
-      mQuality(params.value(QStringLiteral("quality")).toString())
+      mQuality(params.value(QStringLiteral("quality")).toString()), mNames(mInputPath, mOutputPath)
 {
 }
 
@@ -28,11 +23,14 @@ bool WebpCompressor::start()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    mProcess->run(commandLine(tool, buildCommand()),
-                  [output = mOutputPath, input = mInputPath](bool mayHaveOutput) {
-                      if (mayHaveOutput)
-                          removeFailedOutput(output, input);
-                  });
+    // ffmpeg would cut the source before it reads it.
+    if (isSameFile(mInputPath, mOutputPath)) {
+        mNames = PlainNames(mInputPath, mOutputPath);
+        mProcess->refuse();
+        return true;
+    }
+    mNames = PlainNames::forRun(mInputPath, mOutputPath);
+    mProcess->run({commandLine(tool, buildCommand()), mNames.output(), QString(), mNames.cleanUp()});
     return true;
 }
 
@@ -44,57 +42,61 @@ void WebpCompressor::stop()
     // After a true result this task may be gone: the finish came from inside, and it has cleaned up. After a
     // false one it may have turned out that the encoder never started.
     if (!mProcess->killAndWait() && mProcess->mayHaveOutput())
-        removeFailedOutput(mOutputPath, mInputPath);
+        mNames.removeOutput();
 }
 
 void WebpCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
-    ending.distrustFullDisk(mOutputPath);
-    const QFileInfo output(mOutputPath);
-    // A folder at the output path has a size too.
-    const bool larger = output.isFile() && output.size() > QFileInfo(mInputPath).size();
-    if (larger && !ending.failedToStart()) {
-        const bool delivered = replaceBySource(ending);
-        ending.log();
-        mState = delivered ? Succeeded : Failed;
-        const bool lost = ending.exitCode() == 0 && !delivered;
-        finish(ending, lost ? kNotDeliveredCode : ending.exitCode(),
-               lost ? QStringLiteral("fail") : QString());
-    } else if (ending.exitCode() != 0) {
+    if (ending.isRepeated())
+        return;
+    ending.distrustFullDisk(mNames.output());
+    Verdict verdict = judgeRun(ending);
+    const bool outgrown = verdict.text.isEmpty();
+    const bool delivered = verdict.delivery != Verdict::Nothing && deliver(verdict.delivery);
+    if (!delivered && ending.exitCode() == FinishCode::kSuccess)
+        verdict = undelivered(TaskKind::Webp);
+
+    if (!delivered && outgrown)
+        mNames.removeOutput();
+    else if (!delivered && ending.hadEncoder())
         stop();
+    mNames.removeLink();
+    if (!delivered || outgrown)
         ending.log();
-        mState = Failed;
-        finish(ending, ending.exitCode(), QStringLiteral("fail"));
-    } else {
-        mState = Succeeded;
-        finish(ending, 0, QStringLiteral("successful"));
-    }
-}
-
-// The result of a crashed or stopped encoder goes without a replacement.
-bool WebpCompressor::replaceBySource(const ToolProcess::Ending& ending)
-{
-    if (ending.isWhole() && deliverFile(mInputPath, mOutputPath))
-        return true;
-    removeFailedOutput(mOutputPath, mInputPath);
-    return false;
-}
-
-void WebpCompressor::finish(ToolProcess::Ending& ending, int finishCode, const QString& description)
-{
+    mState = delivered ? Succeeded : Failed;
     ending.settle();
-    emit compressFinished(finishCode, description);
+    emit compressFinished(verdict.finishCode, verdict.text);
+}
+
+Verdict WebpCompressor::judgeRun(const ToolProcess::Ending& ending) const
+{
+    const QFileInfo output(mNames.output());
+    // A folder at the output path has a size too.
+    const qint64 resultBytes = ending.hadEncoder() && output.isFile() ? output.size() : 0;
+    return judge(TaskKind::Webp,
+                 {ending.exitCode(), ending.isWhole(), QFileInfo(mInputPath).size(), resultBytes});
+}
+
+bool WebpCompressor::deliver(Verdict::Delivery delivery) const
+{
+    if (delivery == Verdict::Result)
+        return mNames.deliver();
+    if (!deliverSource(mInputPath, mInputPath, mOutputPath))
+        return false;
+    if (mNames.output() != mOutputPath)
+        mNames.removeOutput();
+    return true;
 }
 
 QStringList WebpCompressor::buildCommand()
 {
     return {QStringLiteral("-i"),
-            quotedPath(mInputPath),
-            overwriteOption(mInputPath, mOutputPath),
+            quotedPath(mNames.input()),
+            QStringLiteral("-y"),
             QStringLiteral("-c:v"),
             QStringLiteral("libwebp"),
             QStringLiteral("-quality"),
             mQuality,
-            quotedPath(mOutputPath)};
+            quotedPath(mNames.output())};
 }

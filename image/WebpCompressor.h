@@ -3,6 +3,8 @@
 #include <QString>
 
 #include "compressor/CompressTask.h"
+#include "image/FinishRule.h"
+#include "image/PlainNames.h"
 #include "image/ToolProcess.h"
 
 /// Encodes an image as WebP with ffmpeg, which reads the source and writes the output path itself.
@@ -21,11 +23,12 @@ protected slots:
 
 private:
     QStringList buildCommand();
-    bool replaceBySource(const ToolProcess::Ending& ending);
-    void finish(ToolProcess::Ending& ending, int finishCode, const QString& description);
+    Verdict judgeRun(const ToolProcess::Ending& ending) const;
+    bool deliver(Verdict::Delivery delivery) const;
 
     QString mInputPath;
     QString mOutputPath;
     QString mQuality;
+    PlainNames mNames; ///< of the current run
     ToolProcess::Pointer mProcess;
 };

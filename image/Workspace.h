@@ -2,8 +2,6 @@
 
 #include <QString>
 
-#include "image/ToolProcess.h"
-
 /// The private folder of one JPEG or PNG run, so that any number of them may run at once.
 struct Workspace
 {
@@ -11,24 +9,20 @@ struct Workspace
     QString inputPath;  ///< the copy of the source that the encoder reads
     QString outputPath; ///< where the encoder writes
     QString sourcePath; ///< the source itself, which no encoder sees
+
+    /// The names for the encoder's command line, and the working folder from which they count: empty, any, as
+    /// long as the encoder can read whole paths.
+    QString inputName;
+    QString outputName;
+    QString workingFolder;
 };
 
 /// Makes a folder directly in the temporary location, for this user alone, and copies the source into it.
 /// A failed step shows as a missing file, which the encoder and the finish rule then report.
 Workspace makeWorkspace(const QString& sourcePath);
 
-/// Removes the folder with everything in it; an empty text does nothing.
-void removeWorkspace(const QString& dir);
+/// A folder directly in the temporary location, for this user alone; empty when it could not be made.
+QString makePrivateFolder();
 
-/// What the host is told of a run's end.
-struct ImageReport
-{
-    int finishCode;
-    QString description;
-};
-
-/// Ends a run in a workspace: judges it, delivers the result (or the source, when that is smaller) to
-/// `outputPath`, removes the workspace, writes the log line and settles the run. All that is left is to tell
-/// the host.
-ImageReport finishWorkspaceRun(ToolProcess::Ending& ending, int corruptInputCode, const Workspace& workspace,
-                               const QString& outputPath);
+/// Removes the folder with everything in it; an empty text does nothing. False when something is left.
+bool removeWorkspace(const QString& dir);

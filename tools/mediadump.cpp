@@ -11,7 +11,7 @@
 #include "demux/DemuxerFactory.h"
 #include "demux/MediaDescription.h"
 #include "demux/VobChapterScanner.h"
-#include "hostlibs/VantorBaseStandIn.h"
+#include "standins/VantorBaseStandIn.h"
 #include "tools/MediaJson.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <atomic>
 #include <cmath>
 #include <thread>
 
@@ -11,7 +12,7 @@
 #include "demux/MediaDescription.h"
 #include "hostlibs/VxMediaInfo.h"
 #include "image/CommandLine.h"
-#include "image/DebugLine.h"
+#include "log/DebugLine.h"
 #include "video/InfoEstimate.h"
 #include "video/PictureSize.h"
 #include "video/TargetBitrate.h"
@@ -19,7 +20,7 @@
 namespace {
 
 // The first build of a process takes number 2.
-qint32 progressFileCounter = 1;
+std::atomic<qint32> progressFileCounter = 1;
 
 } // namespace
 
@@ -128,7 +129,6 @@ int encoderThreadCount()
 
 QString nextProgressFilePath()
 {
-    ++progressFileCounter;
-    return QDir::cleanPath(QDir::tempPath() + u'/' +
-                           QStringLiteral("progress_%1.txt").arg(progressFileCounter));
+    const qint32 number = ++progressFileCounter;
+    return QDir::cleanPath(QDir::tempPath() + u'/' + QStringLiteral("progress_%1.txt").arg(number));
 }

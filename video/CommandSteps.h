@@ -10,9 +10,8 @@ struct MediaDescription;
 struct VideoStreamDescription;
 } // namespace Vantor
 
-/// The steps that ffmpeg's video commands have in common. They run in the thread that starts the task and
-/// block it; commands are not built in two threads at once, since the numbers of the progress files have no
-/// lock.
+/// The steps that ffmpeg's video commands have in common. They run in the thread that starts the task and block it;
+/// any number of threads may build commands at once.
 
 /// The source, open and described, for as long as a command is built.
 struct SourceProbe

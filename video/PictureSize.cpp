@@ -1,5 +1,7 @@
 #include "video/PictureSize.h"
 
+#include <QMap>
+
 #include <cmath>
 #include <cstdlib>
 
@@ -67,17 +69,16 @@ QSize displaySize(const Vantor::VideoStreamDescription& stream)
     return {evenUp(size.width()), evenUp(size.height())};
 }
 
+int divisorOf(const QString& scale)
+{
+    static const QMap<QString, int> kDivisors{
+        {QStringLiteral("1"), 1}, {QStringLiteral("2"), 2}, {QStringLiteral("4"), 4}};
+    return kDivisors.value(scale, 0);
+}
+
 QSize scaledSize(const QSize& display, const QString& scale)
 {
-    static const struct
-    {
-        QLatin1String scale;
-        int divisor;
-    } kDivisors[] = {{QLatin1String("1"), 1}, {QLatin1String("2"), 2}, {QLatin1String("4"), 4}};
-
-    for (const auto& row : kDivisors) {
-        if (scale == row.scale)
-            return {wholeSide(display.width() / row.divisor), wholeSide(display.height() / row.divisor)};
-    }
-    return display;
+    const int divisor = divisorOf(scale);
+    return divisor == 0 ? display
+                        : QSize(wholeSide(display.width() / divisor), wholeSide(display.height() / divisor));
 }

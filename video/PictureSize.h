@@ -19,6 +19,9 @@ int roundToMultiple(int value, int step);
 /// numbers, its rotation applied, both sides even.
 QSize displaySize(const Vantor::VideoStreamDescription& stream);
 
-/// What the task's "scale" makes of a display size: "1", "2" and "4" divide the sides and round them to
-/// multiples of 4; any other text leaves them.
+/// What the task's "scale" divides a picture's sides by; 0 for a text that is no choice.
+int divisorOf(const QString& scale);
+
+/// What the task's "scale" makes of a display size: a choice divides the sides and rounds them to multiples of 4; any
+/// other text leaves them.
 QSize scaledSize(const QSize& display, const QString& scale);

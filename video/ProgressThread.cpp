@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QMutexLocker>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,8 +11,19 @@ namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{500};
 constexpr std::chrono::milliseconds kOpenInterval{5};
+constexpr char kEndMarker[] = "progress=end";
+// More than what ffmpeg writes of one moment.
+constexpr qint64 kLastBlockBytes = 1024;
 
 } // namespace
+
+std::optional<float> progressIn(const QByteArray& line, float durationMs)
+{
+    const QList<QByteArray> parts = line.split('=');
+    if (parts.size() != 2 || parts[0] != "out_time_us" || !(durationMs > 0))
+        return std::nullopt;
+    return std::abs(parts[1].toFloat()) / 1000.0F / durationMs;
+}
 
 ProgressThread::ProgressThread(float duration, QString progressFilePath)
     : mDuration(duration), mProgressFilePath(std::move(progressFilePath))
@@ -31,25 +43,43 @@ void ProgressThread::requestStop()
     mWakeUp.notify_all();
 }
 
-void ProgressThread::silence()
+void ProgressThread::encoderEnded()
 {
     {
         const QMutexLocker lock(&mMutex);
-        mSilent = true;
+        mEncoderEnded = true;
         mWakeUp.notify_all();
     }
     if (mReporting.tryLock(kStopTimeoutMs))
         mReporting.unlock();
 }
 
+bool ProgressThread::mayHaveReachedEnd() const
+{
+    if (mSawEndMarker)
+        return true;
+    QFile file(mProgressFilePath);
+    // The monitor removes it only where it has seen the marker.
+    if (mProgressFilePath.isEmpty() || !file.open(QIODevice::ReadOnly))
+        return true;
+    file.seek(std::max<qint64>(0, file.size() - kLastBlockBytes));
+    return file.readAll().contains(kEndMarker);
+}
+
 void ProgressThread::Release::operator()(ProgressThread* monitor) const
 {
     monitor->disconnect();
     monitor->requestStop();
-    if (QThread::currentThread() != monitor && monitor->QThread::wait(kStopTimeoutMs)) {
+    if (QThread::currentThread() != monitor && monitor->QThread::wait(kStopTimeoutMs))
         delete monitor;
-        return;
-    }
+    else
+        later(monitor);
+}
+
+void ProgressThread::Release::later(ProgressThread* monitor)
+{
+    monitor->disconnect();
+    monitor->requestStop();
     connect(monitor, &QThread::finished, monitor, &QObject::deleteLater);
     // It may have finished before the connection was made.
     if (monitor->isFinished())
@@ -62,17 +92,17 @@ bool ProgressThread::shouldRun()
     return mRunning;
 }
 
-bool ProgressThread::isSilent()
+bool ProgressThread::hasEncoderEnded()
 {
     const QMutexLocker lock(&mMutex);
-    return mSilent;
+    return mEncoderEnded;
 }
 
 // A stop request and the encoder's end cut the pause short.
 void ProgressThread::pause(std::chrono::milliseconds length)
 {
     const QMutexLocker lock(&mMutex);
-    if (mRunning)
+    if (mRunning && !mEncoderEnded)
         mWakeUp.wait_for(mMutex, length);
 }
 
@@ -81,42 +111,44 @@ void ProgressThread::run()
     QFile file(mProgressFilePath);
     QByteArray line;
     while (shouldRun()) {
+        // Asked before the read: what an encoder has written, it wrote before it ended.
+        const bool lastRead = hasEncoderEnded();
         if (mWaitingForFile) {
             // An encoder without a command gets no file; it ends by itself soon.
             mWaitingForFile =
                 mProgressFilePath.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Text);
             if (mWaitingForFile) {
+                if (lastRead)
+                    break;
                 pause(kOpenInterval);
                 continue;
             }
         }
-        line += file.readLine();
-        const bool whole = line.endsWith('\n');
-        if (whole)
-            line.chop(1);
-        // The end marker is known for whole even without its line end.
-        if (line == "progress=end")
+        if (readLine(file, line))
+            continue;
+        if (lastRead || mSawEndMarker)
             break;
-        if (whole) {
-            report(line);
-            line.clear();
-        } else {
-            // ffmpeg has written no more, or half a line: its rest is appended after the pause.
-            pause(kPollInterval);
-        }
+        // ffmpeg has written no more, or half a line: its rest is appended after the pause.
+        pause(kPollInterval);
     }
     file.close();
     if (!mProgressFilePath.isEmpty())
         file.remove();
 }
 
-void ProgressThread::report(const QByteArray& line)
+// Reads on and tells what a whole line says; false where there is none, or none any more.
+bool ProgressThread::readLine(QFile& file, QByteArray& line)
 {
-    const QList<QByteArray> parts = line.split('=');
-    if (parts.size() != 2 || parts[0] != "out_time_us" || !(mDuration > 0))
-        return;
-    const float milliseconds = std::abs(parts[1].toFloat()) / 1000.0F;
     const QMutexLocker reporting(&mReporting);
-    if (!isSilent())
-        emit threadCompressProcess(milliseconds / mDuration);
+    line += file.readLine();
+    const bool whole = line.endsWith('\n');
+    if (whole)
+        line.chop(1);
+    // The end marker is known for whole even without its line end.
+    mSawEndMarker = line == kEndMarker;
+    if (!whole || mSawEndMarker)
+        return false;
+    if (const auto progress = progressIn(std::exchange(line, {}), mDuration))
+        emit threadCompressProcess(*progress);
+    return true;
 }

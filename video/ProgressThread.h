@@ -5,14 +5,23 @@
 #include <QString>
 #include <QThread>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
+#include <optional>
+
+class QFile;
+
+/// What a line of ffmpeg's progress file says, as a share of the duration: never negative, above 1 when
+/// ffmpeg writes past it. Nothing for other lines, and for a duration of 0 or less.
+std::optional<float> progressIn(const QByteArray& line, float durationMs);
 
 /// Follows the file that ffmpeg writes with "-progress" and reports how far the encode is.
 ///
 /// The owner constructs, starts and destroys it in its own thread; requestStop() may be called from any. The
-/// thread ends at ffmpeg's end marker or soon after a stop request, and removes the file when it ends.
+/// thread ends at ffmpeg's end marker, or soon after a stop request, or where the file ends once the encoder
+/// has; it removes the file then.
 class ProgressThread : public QThread
 {
     Q_OBJECT
@@ -26,6 +35,8 @@ public:
     struct Release
     {
         void operator()(ProgressThread* monitor) const;
+        /// The same, but it is not deleted before the event loop turns.
+        static void later(ProgressThread* monitor);
     };
     using Pointer = std::unique_ptr<ProgressThread, Release>;
 
@@ -38,9 +49,13 @@ public:
 
     void requestStop();
 
-    /// For the encoder's end: the monitor reads on to the end marker at once, and reports nothing more once
-    /// this has returned. It waits for a report that is being delivered, at most kStopTimeoutMs.
-    void silence();
+    /// For the encoder's end: the monitor reads at once what is left. A value that it has read before this
+    /// call is told when it returns; where a receiver holds that up, at most kStopTimeoutMs later.
+    void encoderEnded();
+
+    /// Whether ffmpeg says that it came to its end, or has not said anything, which is nothing against it. To
+    /// be asked before encoderEnded().
+    bool mayHaveReachedEnd() const;
 
 signals:
     /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the
@@ -52,9 +67,9 @@ protected:
 
 private:
     bool shouldRun();
-    bool isSilent();
+    bool hasEncoderEnded();
+    bool readLine(QFile& file, QByteArray& line);
     void pause(std::chrono::milliseconds length);
-    void report(const QByteArray& line);
 
     float mDuration;
     bool mRunning = true;
@@ -62,6 +77,7 @@ private:
     QMutex mMutex;
     QString mProgressFilePath;
     std::condition_variable_any mWakeUp; ///< a QWaitCondition hides its locking from the thread sanitizer
-    QMutex mReporting;                   ///< held while a report is delivered
-    bool mSilent = false;                ///< guarded by mMutex
+    QMutex mReporting;                   ///< held from the reading of a line until it has been told
+    bool mEncoderEnded = false;          ///< guarded by mMutex
+    std::atomic<bool> mSawEndMarker = false;
 };

@@ -54,12 +54,9 @@ QStringList VideoCompressor::buildQualityCommand()
 QStringList VideoCompressor::transcodeElements(const SourceProbe& source)
 {
     mProgressFilePath = nextProgressFilePath();
-    QStringList elements{QStringLiteral("-vf"),
-                         scaleElement(source, mScale),
-                         QStringLiteral("-filter_threads 1"),
-                         overwriteOption(mInputPath, mOutputPath),
-                         QStringLiteral("-threads"),
-                         QString::number(encoderThreadCount())};
+    QStringList elements{
+        QStringLiteral("-vf"), scaleElement(source, mScale), QStringLiteral("-filter_threads 1"),
+        QStringLiteral("-y"),  QStringLiteral("-threads"),   QString::number(encoderThreadCount())};
     elements << outputElements(mOutputPath, mProgressFilePath);
     return elements;
 }

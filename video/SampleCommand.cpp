@@ -2,6 +2,7 @@
 
 #include "image/CommandLine.h"
 #include "video/CommandSteps.h"
+#include "video/PictureSize.h"
 
 QStringList VideoCompressor::buildSampleCommand()
 {
@@ -16,9 +17,9 @@ QStringList VideoCompressor::buildSampleCommand()
     else
         command << QStringLiteral("-crf") << mQuality;
     // A sample at full size keeps the source's picture, also where a transcode would round it.
-    if (mScale == QLatin1String("2") || mScale == QLatin1String("4"))
+    if (divisorOf(mScale) > 1)
         command << QStringLiteral("-vf") << scaleElement(source, mScale);
-    command << QStringLiteral("-ac 2") << overwriteOption(mInputPath, mOutputPath) << QStringLiteral("-t 15");
+    command << QStringLiteral("-ac 2") << QStringLiteral("-y") << QStringLiteral("-t 15");
     mProgressFilePath = nextProgressFilePath();
     command << outputElements(mOutputPath, mProgressFilePath);
     return command;

@@ -4,39 +4,25 @@
 #include <QThread>
 
 #include <algorithm>
+#include <utility>
 
+#include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
-#include "image/DebugLine.h"
 #include "image/Delivery.h"
+#include "image/FinishRule.h"
+#include "image/Platform.h"
+#include "log/DebugLine.h"
 
 namespace {
 
 constexpr float kSampleDurationMs = 15000.0F;
-
-QString failureText(int exitCode)
-{
-    static const struct
-    {
-        int exitCode;
-        QLatin1String text;
-    } kTexts[] = {
-        // ffmpeg's answer to a command that it cannot carry out.
-        {1, QLatin1String(" Check the parameters please ")},
-        {ToolProcess::kKilled, QLatin1String("Process Abort")},
-    };
-    for (const auto& row : kTexts) {
-        if (exitCode == row.exitCode)
-            return row.text;
-    }
-    return QStringLiteral("Unknown mistake");
-}
 
 } // namespace
 
 VideoCompressor::VideoCompressor(const QVariantMap& params)
     : CompressTask(params), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
       mOutputPath(params.value(QStringLiteral("outputPath")).toString()),
-      mIsPercentage(params.value(QStringLiteral("isPercentage")).toBool())
+      mIsPercentage(params.value(QStringLiteral("isPercentage")).toBool()), mNames(mInputPath, mOutputPath)
 {
     QString& quality = mIsPercentage ? mPercentage : mQuality;
     quality = params.value(QStringLiteral("quality")).toString();
@@ -52,7 +38,10 @@ bool VideoCompressor::start()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    const QString command = commandLine(tool, mIsPercentage ? buildSizeCommand() : buildQualityCommand());
+    if (refusesToOverwriteSource())
+        return true;
+    const QString command = commandLine(tool, build(mIsPercentage ? &VideoCompressor::buildSizeCommand
+                                                                  : &VideoCompressor::buildQualityCommand));
     debugLine() << "ffmpeg cmd: " << command;
     // Direct: the host hears of progress also while its thread is busy.
     launch(command, static_cast<float>(mDurationMs), Qt::DirectConnection);
@@ -67,8 +56,35 @@ bool VideoCompressor::estimate()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    launch(commandLine(tool, buildSampleCommand()), kSampleDurationMs, Qt::AutoConnection);
+    if (refusesToOverwriteSource())
+        return true;
+    launch(commandLine(tool, build(&VideoCompressor::buildSampleCommand)), kSampleDurationMs,
+           Qt::AutoConnection);
     return true;
+}
+
+// ffmpeg would cut the source before it reads it.
+bool VideoCompressor::refusesToOverwriteSource()
+{
+    if (!isSameFile(mInputPath, mOutputPath))
+        return false;
+    mNames = PlainNames(mInputPath, mOutputPath);
+    retireMonitor();
+    mProcess = ToolProcess::makeFor(this);
+    mProcess->refuse();
+    return true;
+}
+
+// The whole build goes by the plain names: the source is inspected under the one that ffmpeg gets.
+QStringList VideoCompressor::build(QStringList (VideoCompressor::*command)())
+{
+    mNames = PlainNames::forRun(mInputPath, mOutputPath);
+    const QString input = std::exchange(mInputPath, mNames.input());
+    const QString output = std::exchange(mOutputPath, mNames.output());
+    QStringList fragments = (this->*command)();
+    mInputPath = input;
+    mOutputPath = output;
+    return fragments;
 }
 
 void VideoCompressor::launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection)
@@ -76,69 +92,86 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
     if (QFile::exists(mProgressFilePath))
         QFile::remove(mProgressFilePath);
     mProcess = ToolProcess::makeFor(this);
+    retireMonitor();
     mProgressThread.reset(new ProgressThread(durationMs, mProgressFilePath));
     connect(mProgressThread.get(), SIGNAL(threadCompressProcess(float)), this,
             SLOT(onCompressProgress(float)), progressConnection);
-    const auto cleanUp = [output = mOutputPath, input = mInputPath,
-                          progress = mProgressFilePath](bool mayHaveOutput) {
-        if (!mayHaveOutput)
-            return;
-        removeFailedOutput(output, input);
-        if (QFile::exists(progress))
-            QFile::remove(progress);
+    const auto cleanUp = [files = mNames.cleanUp(), progress = mProgressFilePath](bool mayHaveOutput) {
+        const bool progressGone = !mayHaveOutput || !QFile::exists(progress) || QFile::remove(progress);
+        return files(mayHaveOutput) && progressGone;
     };
-    mProcess->run(command, cleanUp);
+    mProcess->run({command, mNames.output(), QString(), cleanUp});
     mProgressThread->start(QThread::InheritPriority);
+}
+
+void VideoCompressor::retireMonitor()
+{
+    // Values of it may be on their way to this task, which knows them by their sender: no other monitor gets
+    // its address before they have come.
+    if (mProgressThread)
+        ProgressThread::Release::later(mProgressThread.release());
 }
 
 void VideoCompressor::stop()
 {
-    // After a true result this task may be gone: the finish came from inside, and it has done the rest. After
-    // a false one it may have turned out that the encoder never started.
-    if (mProcess && mProcess->state() != QProcess::NotRunning && mProcess->killAndWait())
-        return;
+    if (mProcess && mProcess->isStoppable()) {
+        // Without an output there is nothing to take away, and the end may come later. After a true result
+        // this task may be gone: the finish came from inside, and it has done the rest.
+        if (QFile::exists(mNames.output()) ? mProcess->killAndWait() : mProcess->killLater())
+            return;
+    }
     if (mProgressThread) {
         mProgressThread->requestStop();
         if (!mProgressThread->wait(ProgressThread::kStopTimeoutMs))
             debugLine() << "==============time wait out===========";
     }
     if (mProcess && mProcess->mayHaveOutput())
-        removeFailedOutput(mOutputPath, mInputPath);
+        mNames.removeOutput();
     mState = Failed;
 }
 
 void VideoCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus)
 {
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
-    ending.distrustFullDisk(mOutputPath);
-    if (ending.exitCode() == 0) {
-        finishSuccessfully(ending);
+    if (ending.isRepeated())
+        return;
+    const bool killed = Platform::kKillMayLookLikeSuccess && ending.exitCode() == FinishCode::kSuccess &&
+                        mProgressThread && !mProgressThread->mayHaveReachedEnd();
+    if (killed)
+        ending.spoil(FinishCode::kStopped, QProcess::CrashExit);
+    ending.distrustFullDisk(mNames.output());
+    Verdict verdict = judge(TaskKind::Video, {ending.exitCode(), ending.isWhole()});
+    if (verdict.delivery == Verdict::Result && !mNames.deliver())
+        verdict = undelivered(TaskKind::Video);
+    mNames.removeLink();
+    if (verdict.finishCode == FinishCode::kSuccess) {
+        finishSuccessfully(ending, verdict.text);
         return;
     }
     stop();
     ending.settle();
-    emit compressFinished(ending.exitCode(), failureText(ending.exitCode()));
+    emit compressFinished(verdict.finishCode, verdict.text);
 }
 
-void VideoCompressor::finishSuccessfully(ToolProcess::Ending& ending)
+void VideoCompressor::finishSuccessfully(ToolProcess::Ending& ending, const QString& text)
 {
-    // What the monitor has not told yet comes too late; it goes on to ffmpeg's end marker.
+    // It reads on to ffmpeg's end marker by itself, and may tell more behind the finish.
     if (mProgressThread)
-        mProgressThread->silence();
+        mProgressThread->encoderEnded();
     mState = Succeeded;
     ending.settle();
     const QPointer<VideoCompressor> guard(this);
     emit compressProcess(1.0F);
     if (guard)
-        emit compressFinished(0, QStringLiteral("successful"));
+        emit compressFinished(FinishCode::kSuccess, text);
 }
 
 // May run in the monitor's thread, and so touches no member there.
 void VideoCompressor::onCompressProgress(float progress)
 {
-    // A sample's progress is queued, and may arrive behind the run's end.
-    const bool queuedTooLong =
-        QThread::currentThread() == thread() && (mState == Succeeded || mState == Failed);
-    if (!queuedTooLong)
-        emit compressProcess(std::min(progress, 1.0F));
+    // A sample's progress is queued: it may arrive behind its run's end, and in the next run.
+    const bool queued = QThread::currentThread() == thread();
+    if (queued && (mState != Running || sender() != mProgressThread.get()))
+        return;
+    emit compressProcess(std::min(progress, 1.0F));
 }

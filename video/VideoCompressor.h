@@ -3,6 +3,7 @@
 #include <QString>
 
 #include "compressor/CompressTask.h"
+#include "image/PlainNames.h"
 #include "image/ToolProcess.h"
 #include "video/ProgressThread.h"
 
@@ -31,13 +32,16 @@ public:
     qint64 durationMs() const { return mDurationMs; }
 
 protected slots:
-    void onCompressProgress(float progress);
+    void onCompressProgress(float);
     void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
 
 private:
     QStringList transcodeElements(const SourceProbe& source);
+    bool refusesToOverwriteSource();
+    QStringList build(QStringList (VideoCompressor::*command)());
     void launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection);
-    void finishSuccessfully(ToolProcess::Ending& ending);
+    void retireMonitor();
+    void finishSuccessfully(ToolProcess::Ending& ending, const QString& text);
 
     QString mInputPath;
     QString mOutputPath;
@@ -48,6 +52,7 @@ private:
     qint64 mDurationMs = 0;
     bool mIsPercentage;
     QString mProgressFilePath;
+    PlainNames mNames; ///< of the current run
     ToolProcess::Pointer mProcess;
     // The last member, and so the first to go: no progress comes from a half-destroyed task.
     ProgressThread::Pointer mProgressThread;

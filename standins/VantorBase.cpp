@@ -6,7 +6,7 @@
 
 #include <utility>
 
-#include "hostlibs/VantorBaseStandIn.h"
+#include "standins/VantorBaseStandIn.h"
 
 namespace Vantor {
 

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "demux/DurationScan.h"
 #include "demux/FFmpeg.h"
+#include "demux/Saturate.h"
 #include "hostlibs/AvBridge.h"
 
 namespace Vantor {
@@ -35,6 +37,19 @@ qint32 bitrateOf(const AVStream& stream)
     return static_cast<qint32>(std::clamp<qint64>(known, 0, std::numeric_limits<qint32>::max()));
 }
 
+// Of a container that says none, by its packets. Where there is no time for all of them the rest counts by its bytes.
+qint64 scannedDurationMs(AVFormatContext& context, qint64 size)
+{
+    const PacketSpans spans = scanPacketSpans(context);
+    const auto& lengths = spans.lengthsMs;
+    const qint64 longest = lengths.isEmpty() ? 0 : *std::max_element(lengths.begin(), lengths.end());
+    const qint64 read = context.pb ? avio_tell(context.pb) : 0;
+    if (!spans.timedOut || read < 1)
+        return longest;
+    return saturate<qint64>(static_cast<double>(longest) * static_cast<double>(size) /
+                            static_cast<double>(read));
+}
+
 } // namespace
 
 QSharedPointer<MediaInfoV3> getMediaInfo(const QString& path, int, bool)
@@ -43,8 +58,9 @@ QSharedPointer<MediaInfoV3> getMediaInfo(const QString& path, int, bool)
     const auto context = openForInfo(path);
     if (!context)
         return info;
-    info->duration = std::max<qint64>(context->duration, 0) / 1000;
     info->size = QFileInfo(path).size();
+    info->duration = context->duration > 0 ? context->duration / 1000
+                                           : std::max<qint64>(scannedDurationMs(*context, info->size), 0);
     for (unsigned i = 0; i < context->nb_streams; ++i) {
         const AVStream& stream = *context->streams[i];
         if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {

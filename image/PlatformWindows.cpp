@@ -1,0 +1,186 @@
+#include "image/Platform.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFileInfo>
+
+#include <cstring>
+#include <memory>
+#include <qt_windows.h>
+
+#include "compressor/FinishCode.h"
+#include "log/DebugLine.h"
+
+namespace Platform {
+
+namespace {
+
+constexpr int kHeldTimeoutMs = 1000;
+constexpr DWORD kHeldPauseMs = 20;
+// What abort() ends with.
+constexpr int kAbortCode = 3;
+// NTSTATUS codes of severity "error": those of unhandled exceptions.
+constexpr quint32 kFirstErrorStatus = 0xC0000000;
+
+// A path as native calls take it at any length; such a form is taken as it stands, dots and all.
+std::wstring nativePath(const QString& path)
+{
+    QString native = QDir::toNativeSeparators(QDir::cleanPath(QDir::current().absoluteFilePath(path)));
+    if (native.startsWith(QLatin1String("\\\\?\\")) || native.startsWith(QLatin1String("\\\\.\\")))
+        return native.toStdWString();
+    if (native.startsWith(QLatin1String("\\\\")))
+        native.replace(0, 1, QLatin1String("\\\\?\\UNC"));
+    else
+        native.prepend(QLatin1String("\\\\?\\"));
+    return native.toStdWString();
+}
+
+// Virus scanners and previews hold a fresh file for a moment. A rename over an open file is an "access
+// denied".
+template <class Attempt>
+bool retryWhileHeld(const Attempt& attempt)
+{
+    const QDeadlineTimer deadline(kHeldTimeoutMs);
+    while (!attempt()) {
+        const DWORD error = GetLastError();
+        const bool held =
+            error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
+        if (!held || deadline.hasExpired())
+            return false;
+        Sleep(kHeldPauseMs);
+    }
+    return true;
+}
+
+// The handle is never closed: the system does that when this process ends, and so ends the job's processes.
+HANDLE encoderJob()
+{
+    static const HANDLE job = [] {
+        const HANDLE made = CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        if (!made ||
+            !SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof limits))
+            debugLine() << "no job object for the encoders:" << GetLastError();
+        return made;
+    }();
+    return job;
+}
+
+// A host may itself run in a job: since Windows 8 the encoder then belongs to both. Where that is refused it
+// runs all the same, and is only ended by its task.
+void adoptAndResume(const PROCESS_INFORMATION& process)
+{
+    if (!AssignProcessToJobObject(encoderJob(), process.hProcess))
+        debugLine() << "an encoder is not in the job:" << GetLastError();
+    if (ResumeThread(process.hThread) == static_cast<DWORD>(-1)) {
+        debugLine() << "an encoder could not be resumed:" << GetLastError();
+        TerminateProcess(process.hProcess, static_cast<UINT>(FinishCode::kStopped));
+    }
+}
+
+} // namespace
+
+QString executableName(const char* tool)
+{
+    return QLatin1String(tool) + QLatin1String(".exe");
+}
+
+bool wasKilled(int exitCode, QProcess::ExitStatus)
+{
+    return exitCode == FinishCode::kStopped;
+}
+
+bool hasCrashed(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    return exitStatus == QProcess::CrashExit || exitCode == kAbortCode ||
+           static_cast<quint32>(exitCode) >= kFirstErrorStatus;
+}
+
+const bool kKillMayLookLikeSuccess = true;
+
+// Suspended at its start: the process is in the job before its first instruction.
+void dieWithParent(QProcess& process)
+{
+    auto information = std::make_shared<const PROCESS_INFORMATION*>(nullptr);
+    process.setCreateProcessArgumentsModifier([information](QProcess::CreateProcessArguments* arguments) {
+        arguments->flags |= CREATE_SUSPENDED;
+        // QProcess keeps it, with both handles, until the process has ended.
+        *information = arguments->processInformation;
+    });
+    QObject::connect(&process, &QProcess::started, &process,
+                     [information] { adoptAndResume(**information); });
+}
+
+FileId fileId(const QString& path)
+{
+    const HANDLE file = CreateFileW(nativePath(path).c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        for (const DWORD absent : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME,
+                                   ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_INVALID_DRIVE}) {
+            if (GetLastError() == absent)
+                return {};
+        }
+        return {FileId::Unknown, {}};
+    }
+    FileId found{FileId::Unknown, {}};
+    FILE_ID_INFO info = {};
+    BY_HANDLE_FILE_INFORMATION older = {};
+    if (GetFileInformationByHandleEx(file, FileIdInfo, &info, sizeof info)) {
+        found = {FileId::Known, {info.VolumeSerialNumber}};
+        std::memcpy(&found.id[1], &info.FileId, sizeof info.FileId);
+    } else if (GetFileInformationByHandle(file, &older)) {
+        // File systems without long numbers, such as FAT's. Both paths of a comparison take this way then.
+        found = {FileId::Known,
+                 {older.dwVolumeSerialNumber, (quint64(older.nFileIndexHigh) << 32) | older.nFileIndexLow}};
+    }
+    CloseHandle(file);
+    return found;
+}
+
+bool removeFile(const QString& path)
+{
+    const std::wstring native = nativePath(path);
+    return retryWhileHeld([&native] { return DeleteFileW(native.c_str()) != 0; });
+}
+
+bool removeFolder(const QString& path)
+{
+    return retryWhileHeld([&path] {
+        if (QDir(path).removeRecursively())
+            return true;
+        SetLastError(ERROR_SHARING_VIOLATION);
+        return false;
+    });
+}
+
+bool replaceFile(const QString& from, const QString& to)
+{
+    const std::wstring nativeFrom = nativePath(from);
+    const std::wstring nativeTo = nativePath(to);
+    return retryWhileHeld([&] {
+        return MoveFileExW(nativeFrom.c_str(), nativeTo.c_str(),
+                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+    });
+}
+
+bool namesADrive(const QString& path)
+{
+    return path.indexOf(u':') == 1;
+}
+
+// Symbolic links need a right that few users have; hard links need one volume.
+bool linkFile(const QString& target, const QString& link)
+{
+    return CreateHardLinkW(nativePath(link).c_str(), nativePath(target).c_str(), nullptr) != 0;
+}
+
+// cJpeg and pngquant take their arguments from main(), which Windows fills in the process's code page.
+bool isPlainForTools(const QString& path)
+{
+    return QString::fromLocal8Bit(path.toLocal8Bit()) == path;
+}
+
+} // namespace Platform
