@@ -1,18 +1,46 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
-/// What the suffix of an output's name stands for.
+/// A kind of output: what its encoder is, and what its numbers mean.
 struct Format
 {
-    const char* suffix;     ///< lower case, without a dot; null for video, which is every other suffix
-    const char* name;       ///< for people
-    const char* encoder;    ///< the encoder's bare file name
-    int maxQuality;         ///< qualities start at 0
-    int defaultQuality;     ///< when the user gives none
-    const char* unreadable; ///< what to say of an input that the encoder takes for corrupt
+    enum Kind
+    {
+        Jpeg,
+        Png,
+        WebP,
+        Film
+    };
 
-    bool isVideo() const { return !suffix; }
+    Kind kind;
+    const char* name;    ///< for people
+    const char* encoder; ///< the encoder's bare file name
+    int maxQuality;      ///< qualities start at 0
+    int defaultQuality;  ///< when the user gives none
+    bool moreIsBetter;   ///< of two qualities the higher one is nearer to the source
+
+    bool isFilm() const { return kind == Film; }
 };
 
-const Format& formatOf(const QString& outputPath);
+namespace Formats {
+
+/// What an output with this suffix (in any case, without a dot) is; null when nothing can be written under
+/// it. `anyContainer`: a suffix that no table knows is taken for a video container.
+const Format* ofSuffix(const QString& suffix, bool anyContainer = false);
+
+/// The suffixes that outputs can have, in the order in which they are told to people.
+const QStringList& pictureSuffixes();
+const QStringList& filmSuffixes();
+
+/// Whether an input's suffix speaks for a picture or a film, also of a kind that is only read. Walked folders
+/// give such files; what a file really is, its content says.
+bool isPictureName(const QString& suffix);
+bool isFilmName(const QString& suffix);
+
+/// Whether the file begins as one of this format does. True for every film, whose containers are many, and
+/// for what cannot be read.
+bool looksLike(const Format& format, const QString& path);
+
+} // namespace Formats

@@ -3,20 +3,64 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <variant>
 
-/// What the user asks for on the command line.
+#include "host/Format.h"
+#include "host/search/SizeGoal.h"
+
+enum class ColorWish
+{
+    Auto,
+    Always,
+    Never
+};
+
+/// What the user asks for on the command line. All texts of files are in the text form of NativePath.
 struct Options
 {
-    QString inputPath;  ///< as given
-    QString outputPath; ///< as given; its suffix chooses the encoder
-    QString quality;    ///< on the encoder's scale, or a percentage of the input's size when isPercentage
-    bool isPercentage = false;
-    QString scale; ///< "1", "2" or "4"; empty leaves the picture's size alone
-    bool estimate = false;
+    // What goes in, and where it goes.
+    QStringList inputs;
+    QString output; ///< --output, or the second name of the short form; empty for --suffix and --in-place
+    bool isShortForm = false; ///< INPUT OUTPUT: the output is a file
+    bool recursive = false;
+    QString filesFrom; ///< "-": standard input; empty: none
+    bool nullSeparated = false;
+    QStringList formats; ///< --format: suffixes, at most one for pictures and one for films
+    QString suffix;      ///< put between name and dot
+    bool inPlace = false;
+    bool skipExisting = false;
     bool force = false;
+    bool anyContainer = false; ///< --container: other video containers than the supported ones, too
+
+    // How it is made.
+    std::optional<int> quality;
+    std::optional<SizeGoal> size;
+    std::optional<double> minSsim;
+    QString scale;         ///< "1", "2" or "4"; empty leaves the picture's size alone
+    double minSavings = 0; ///< percent
+    bool allowLarger = false;
+    bool firstFrame = false;
+    bool keepDamaged = false;
+    bool keepMetadata = false;
+    bool keepDates = false;
+    bool breakLinks = false;
+    bool estimate = false;
+    bool dryRun = false;
+
+    // How it runs.
+    int jobs = 0; ///< 0: as many as the cores bear
+    int nice = 0;
+    int timeoutSecs = 0; ///< of one job; 0: none
+
+    // What is said.
     bool quiet = false;
     bool verbose = false;
+    bool json = false;
+    ColorWish color = ColorWish::Auto;
+
+    /// Nothing is to be delivered.
+    bool deliversNothing() const { return estimate || dryRun; }
 };
 
 /// How vxcompress ends. A program that was interrupted ends with 128 and the signal's number.
@@ -37,3 +81,6 @@ struct NoJob
 
 /// `arguments` starts with the program's name. Looks at no file.
 std::variant<Options, NoJob> parseOptions(const QStringList& arguments);
+
+/// The quality for an output of this format: the user's, or the format's default.
+int qualityFor(const Options& options, const Format& format);

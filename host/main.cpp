@@ -1,19 +1,19 @@
 #include <QCoreApplication>
-#include <QLoggingCategory>
 
-#include <cstdio>
+#include "host/Options.h"
+#include "host/doctor/Doctor.h"
+#include "host/report/Reporter.h"
+#include "host/run/BatchRun.h"
+#include "host/system/Platform.h"
 
-#include "host/PathCheck.h"
-#include "host/Platform.h"
-#include "host/Report.h"
-#include "host/Runner.h"
-
-static int answer(const NoJob& noJob)
+static int answer(const NoJob& noJob, bool asJson)
 {
+    Options saying;
+    saying.json = asJson;
     if (noJob.status == kDelivered)
-        std::fputs(noJob.text.toUtf8().constData(), stdout);
+        Platform::write(Platform::Channel::Output, noJob.text);
     else
-        printError(noJob.text);
+        makeReporter(saying)->refused(noJob.text);
     return noJob.status;
 }
 
@@ -22,18 +22,14 @@ int main(int argc, char** argv)
     Platform::prepare();
     const QCoreApplication app(argc, argv);
 
-    const std::variant<Options, NoJob> parsed = parseOptions(app.arguments());
+    const QStringList arguments = Platform::arguments(argc, argv);
+    if (isDoctorCall(arguments))
+        return runDoctor(arguments);
+    const std::variant<Options, NoJob> parsed = parseOptions(arguments);
     const auto* const options = std::get_if<Options>(&parsed);
     if (!options)
-        return answer(*std::get_if<NoJob>(&parsed));
-    const QString error = checkPaths(*options);
-    if (!error.isEmpty()) {
-        printError(error);
-        return kUsage;
-    }
-
-    // The module's debug lines are for its developers.
-    if (!options->verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
-    return Runner(*options).exec();
+        return answer(*std::get_if<NoJob>(&parsed), arguments.contains(QLatin1String("--json")));
+    const std::unique_ptr<JobEvents> reporter = makeReporter(*options);
+    const ModuleLog log(*options, *reporter);
+    return BatchRun(*options, *reporter).exec();
 }

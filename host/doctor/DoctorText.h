@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QString>
+
+#include "host/doctor/Diagnosis.h"
+
+/// The diagnosis in plain lines for people, with what to do about what is wrong.
+QString doctorText(const Diagnosis& diagnosis);

@@ -1,0 +1,102 @@
+#include "host/media/FilmProbe.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <utility>
+
+#ifdef Q_OS_LINUX
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+// Thousands of streams and chapters need less.
+constexpr qsizetype kMostBytes = qsizetype(16) * 1024 * 1024;
+
+void dieWithHost([[maybe_unused]] QProcess& process)
+{
+#ifdef Q_OS_LINUX
+    // Runs between fork and exec: system calls only.
+    process.setChildProcessModifier([host = getpid()] {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != host)
+            _exit(1);
+    });
+#endif
+}
+
+} // namespace
+
+FilmProbe::FilmProbe(const QString& path, std::chrono::milliseconds timeLimit)
+{
+    connect(&mProcess, &QProcess::readyReadStandardOutput, this, &FilmProbe::collect);
+    connect(&mProcess, &QProcess::readyReadStandardError, this, &FilmProbe::collect);
+    connect(&mProcess, &QProcess::finished, this, &FilmProbe::onFinished);
+    // Queued: a failed start is told while this object is being made.
+    connect(
+        &mProcess, &QProcess::errorOccurred, this,
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                fail(QStringLiteral("ffprobe could not be started: %1").arg(mProcess.errorString()));
+        },
+        Qt::QueuedConnection);
+    connect(&mTimer, &QTimer::timeout, this, [this] { fail(QStringLiteral("ffprobe found no end")); });
+    mTimer.setSingleShot(true);
+    mTimer.start(timeLimit);
+    dieWithHost(mProcess);
+    mProcess.setStandardInputFile(QProcess::nullDevice());
+    // The protocol in front: a name may hold a colon.
+    mProcess.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffprobe"),
+                   {QStringLiteral("-v"), QStringLiteral("warning"), QStringLiteral("-print_format"),
+                    QStringLiteral("json"), QStringLiteral("-show_format"), QStringLiteral("-show_streams"),
+                    QStringLiteral("-show_chapters"), QStringLiteral("-i"),
+                    QStringLiteral("file:") + QFileInfo(path).absoluteFilePath()});
+}
+
+FilmProbe::~FilmProbe()
+{
+    mProcess.disconnect(this);
+    mProcess.kill();
+    mProcess.waitForFinished();
+}
+
+void FilmProbe::collect()
+{
+    mJson += mProcess.readAllStandardOutput();
+    mLog += mProcess.readAllStandardError();
+    if (mJson.size() + mLog.size() > kMostBytes)
+        fail(QStringLiteral("ffprobe says too much"));
+}
+
+void FilmProbe::fail(const QString& error)
+{
+    mProcess.kill();
+    FilmFacts facts;
+    facts.error = error;
+    answer(facts);
+}
+
+void FilmProbe::onFinished(int exitCode, QProcess::ExitStatus status)
+{
+    collect();
+    FilmFacts facts = parseFilmFacts(mJson, mLog);
+    if (exitCode != 0 || status != QProcess::NormalExit) {
+        facts = {};
+        // The last line is the reason; what is before it are doubts.
+        const QByteArray reason = mLog.trimmed().split('\n').last();
+        facts.error = reason.isEmpty() ? QStringLiteral("ffprobe failed") : QString::fromUtf8(reason);
+    }
+    answer(facts);
+}
+
+void FilmProbe::answer(const FilmFacts& facts)
+{
+    if (std::exchange(mIsAnswered, true))
+        return;
+    mTimer.stop();
+    mFacts = facts;
+    emit answered();
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QObject>
+#include <QProcess>
+#include <QTimer>
+
+#include <chrono>
+
+#include "host/media/FilmFacts.h"
+
+/// Asks the ffprobe beside the host what is in a film: a process of some 50 ms, beside whatever else goes on.
+///
+/// Lives in one thread, with an event loop. Exactly one answered() comes, from the event loop, whatever
+/// happens; letting the probe go ends the process, without a signal. On Linux the process also ends with the
+/// thread that made the probe.
+class FilmProbe : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr std::chrono::milliseconds kTimeLimit = std::chrono::seconds(30);
+
+    explicit FilmProbe(const QString& path, std::chrono::milliseconds timeLimit = kTimeLimit);
+    ~FilmProbe() override;
+
+    /// Set when answered() comes; a failure is its `error`.
+    const FilmFacts& facts() const { return mFacts; }
+
+signals:
+    void answered();
+
+private:
+    void collect();
+    void fail(const QString& error);
+    void onFinished(int exitCode, QProcess::ExitStatus status);
+    void answer(const FilmFacts& facts);
+
+    QProcess mProcess;
+    QTimer mTimer;
+    QByteArray mJson;
+    QByteArray mLog;
+    FilmFacts mFacts;
+    bool mIsAnswered = false;
+};

@@ -1,0 +1,144 @@
+#include "host/media/Losses.h"
+
+#include <algorithm>
+
+namespace {
+
+template <typename Predicate>
+int countStreams(const FilmFacts& facts, Predicate matches)
+{
+    return int(std::count_if(facts.streams.begin(), facts.streams.end(), matches));
+}
+
+int mostChannels(const FilmFacts& facts)
+{
+    int most = 0;
+    for (const FilmStream& stream : facts.streams)
+        most = std::max(most, stream.channels);
+    return most;
+}
+
+bool swapsSides(int orientation)
+{
+    return orientation >= 5;
+}
+
+// What the encoders read, as measured with the ones that the module runs. ffmpeg's WebP decoder knows no
+// animation.
+bool canRead(OutputKind output, const SourceFacts& source)
+{
+    using enum MediaFormat;
+    switch (output) {
+    case OutputKind::Jpeg:
+        return source.format == Jpeg || source.format == Png || source.format == Bmp ||
+               source.format == Pnm || source.format == Targa;
+    case OutputKind::Png:
+        return source.format == Png;
+    default:
+        return source.format != WebP || !source.picture.isAnimated;
+    }
+}
+
+QString unsupportedText(OutputKind output)
+{
+    switch (output) {
+    case OutputKind::Jpeg:
+        return QStringLiteral("only JPEG, PNG, BMP, PNM and Targa pictures can become JPEG");
+    case OutputKind::Png:
+        return QStringLiteral("only PNG pictures can become a smaller PNG");
+    default:
+        return QStringLiteral("ffmpeg does not read animated WebP");
+    }
+}
+
+} // namespace
+
+Obstacle obstacleFor(const SourceFacts& source, OutputKind output)
+{
+    if (!canRead(output, source))
+        return {Obstacle::Unsupported, unsupportedText(output)};
+    const bool keepsFrames = output == OutputKind::WebP || output == OutputKind::Film;
+    if (source.picture.isAnimated && !keepsFrames)
+        return {Obstacle::FirstFrame,
+                QStringLiteral("the picture is animated, and only its first frame would survive")};
+    return {};
+}
+
+bool isTurnedUpright(const SourceFacts& source, const SourceFacts& result)
+{
+    const QSize from = source.picture.size;
+    const QSize to = result.picture.size;
+    // The sides tell, but not of a square and not of a picture upside down. Then the formats do: ffmpeg turns
+    // JPEG, and no encoder turns anything else or into anything else.
+    if (swapsSides(source.picture.orientation) && from.width() != from.height() && !from.isEmpty() &&
+        !to.isEmpty())
+        return to == from.transposed();
+    return source.picture.orientation > 1 && source.format == MediaFormat::Jpeg &&
+           result.format != MediaFormat::Jpeg;
+}
+
+QList<Loss> pictureLosses(const SourceFacts& source, const SourceFacts& result)
+{
+    const PictureFacts& before = source.picture;
+    const PictureFacts& after = result.picture;
+    QList<Loss> losses;
+    const auto lose = [&losses](const char* id, const QString& text) {
+        losses.append({QLatin1String(id), text});
+    };
+
+    if (before.isAnimated && !after.isAnimated && result.kind == MediaKind::Picture)
+        lose("animation", QStringLiteral("only the first frame of the animation is left"));
+    // A PNG that is marked so has had its colours converted.
+    if (before.hasIccProfile && !after.hasIccProfile && !after.isMarkedSrgb)
+        lose("icc-profile", QStringLiteral("the colour profile is lost, colours may look different"));
+    if (before.hasAlpha && !after.hasAlpha)
+        lose("alpha", QStringLiteral("the transparency is lost"));
+    if (before.orientation != 1 && after.orientation == 1 && !isTurnedUpright(source, result))
+        lose("orientation", QStringLiteral("the note that turns the picture upright is lost"));
+    if (before.bitsPerSample > 8 && after.bitsPerSample <= 8)
+        lose("bit-depth", QStringLiteral("%1 bits a colour become 8").arg(before.bitsPerSample));
+    return losses;
+}
+
+QList<Loss> filmLosses(const FilmFacts& source, const FilmFacts& result)
+{
+    const FilmStream* const before = source.picture();
+    const FilmStream* const after = result.picture();
+    QList<Loss> losses;
+    const auto lose = [&losses](const char* id, const QString& text) {
+        losses.append({QLatin1String(id), text});
+    };
+
+    if (before && after) {
+        if (before->isHdr && !after->isHdr)
+            lose("hdr", QStringLiteral("the high dynamic range is lost, colours may look pale"));
+        if (before->bits > 8 && after->bits <= 8)
+            lose("bit-depth", QStringLiteral("%1 bits a colour become 8").arg(before->bits));
+        if (before->hasAlpha && !after->hasAlpha)
+            lose("alpha", QStringLiteral("the transparency is lost"));
+    }
+    const int channels = mostChannels(source);
+    if (channels > 2 && mostChannels(result) <= 2)
+        lose("audio-channels", QStringLiteral("%1 sound channels become two").arg(channels));
+
+    static const struct
+    {
+        const char* id;
+        const char* text;
+        bool (*matches)(const FilmStream&);
+    } kKinds[] = {
+        {"audio-tracks", "sound tracks are lost: %1 of %2 are left",
+         [](const FilmStream& stream) { return stream.type == FilmStream::Audio; }},
+        {"subtitles", "subtitles are lost: %1 of %2 are left",
+         [](const FilmStream& stream) { return stream.type == FilmStream::Subtitle; }},
+        {"cover", "cover pictures are lost: %1 of %2 are left",
+         [](const FilmStream& stream) { return stream.isAttachedPicture; }},
+    };
+    for (const auto& kind : kKinds) {
+        const int had = countStreams(source, kind.matches);
+        const int has = countStreams(result, kind.matches);
+        if (has < had)
+            lose(kind.id, QString::fromLatin1(kind.text).arg(has).arg(had));
+    }
+    return losses;
+}

@@ -1,0 +1,115 @@
+#include "host/media/MetadataModule.h"
+
+#include <exiv2/exiv2.hpp>
+
+#include <memory>
+
+namespace {
+
+struct Metadata
+{
+    Exiv2::ExifData exif;
+    Exiv2::XmpData xmp;
+    Exiv2::IptcData iptc;
+    QByteArray iccProfile;
+
+    bool isEmpty() const { return exif.empty() && xmp.empty() && iptc.empty() && iccProfile.isEmpty(); }
+};
+
+const Exiv2::byte* bytesOf(const QByteArray& bytes)
+{
+    return reinterpret_cast<const Exiv2::byte*>(bytes.constData());
+}
+
+QByteArray bytesFrom(const Exiv2::DataBuf& buffer)
+{
+    return QByteArray(reinterpret_cast<const char*>(buffer.pData_), buffer.size_);
+}
+
+// In memory: exiv2 then has no file that it could write to.
+std::unique_ptr<Exiv2::Image> openImage(const QByteArray& bytes)
+{
+    std::unique_ptr<Exiv2::Image> image(
+        Exiv2::ImageFactory::open(bytesOf(bytes), long(bytes.size())).release());
+    image->readMetadata();
+    return image;
+}
+
+Metadata metadataOf(const QByteArray& bytes)
+{
+    const auto image = openImage(bytes);
+    Metadata metadata{image->exifData(), image->xmpData(), image->iptcData(), {}};
+    if (image->iccProfileDefined())
+        metadata.iccProfile = bytesFrom(*image->iccProfile());
+    return metadata;
+}
+
+// What was true of the source's pixels and is not of the result's.
+void adapt(Metadata& metadata, const MetadataRequest& request)
+{
+    if (!metadata.exif.empty())
+        Exiv2::ExifThumb(metadata.exif).erase();
+    if (request.isTurnedUpright) {
+        const Exiv2::ExifKey exifKey("Exif.Image.Orientation");
+        const Exiv2::XmpKey xmpKey("Xmp.tiff.Orientation");
+        if (metadata.exif.findKey(exifKey) != metadata.exif.end())
+            metadata.exif["Exif.Image.Orientation"] = uint16_t(1);
+        if (metadata.xmp.findKey(xmpKey) != metadata.xmp.end())
+            metadata.xmp["Xmp.tiff.Orientation"] = "1";
+    }
+    if (request.hasConvertedColours)
+        metadata.iccProfile.clear();
+}
+
+QByteArray encodedExif(const Exiv2::ExifData& exif)
+{
+    if (exif.empty())
+        return {};
+    Exiv2::Blob blob;
+    Exiv2::ExifParser::encode(blob, Exiv2::littleEndian, exif);
+    return QByteArray(reinterpret_cast<const char*>(blob.data()), qsizetype(blob.size()));
+}
+
+QByteArray written(const Metadata& metadata, const MetadataRequest& request)
+{
+    const auto image = openImage(request.result);
+    if (!metadata.exif.empty())
+        image->setExifData(request.isPng ? Exiv2::ExifData() : metadata.exif);
+    if (!metadata.xmp.empty())
+        image->setXmpData(metadata.xmp);
+    if (!metadata.iptc.empty() && image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite)
+        image->setIptcData(metadata.iptc);
+    // A profile that exiv2 has read of another format it would write again in its own way.
+    if (!request.isJpeg && image->iccProfileDefined())
+        image->clearIccProfile();
+    if (request.isJpeg && !metadata.iccProfile.isEmpty()) {
+        Exiv2::DataBuf profile(bytesOf(metadata.iccProfile), long(metadata.iccProfile.size()));
+        image->setIccProfile(profile);
+    }
+    image->writeMetadata();
+
+    Exiv2::BasicIo& io = image->io();
+    io.open();
+    return bytesFrom(io.read(long(io.size())));
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT void vxcMergeMetadata(const MetadataRequest& request, MetadataAnswer& answer)
+{
+    // What it finds odd it would say on the terminal.
+    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+    try {
+        Metadata metadata = metadataOf(request.source);
+        adapt(metadata, request);
+        if (metadata.isEmpty())
+            return;
+        answer.result = written(metadata, request);
+        if (!request.isJpeg)
+            answer.iccProfile = metadata.iccProfile;
+        if (request.isPng)
+            answer.exif = encodedExif(metadata.exif);
+    } catch (const std::exception& error) {
+        answer.error = QString::fromUtf8(error.what());
+    }
+}

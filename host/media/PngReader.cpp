@@ -1,0 +1,64 @@
+#include "host/media/PictureReaders.h"
+
+namespace {
+
+constexpr qint64 kSignature = 8;
+constexpr qint64 kChunkFrame = 12; // length, type and checksum
+
+// A large PNG has a chunk for every 8 KiB. After so many its last bytes have to do.
+constexpr int kMostChunks = 20'000;
+
+const QByteArrayView kEnd("\0\0\0\0IEND\xAE\x42\x60\x82", 12);
+
+enum ColourType
+{
+    kGreyAlpha = 4,
+    kRgbAlpha = 6
+};
+
+void readHeader(FileWindow& file, qint64 body, PictureFacts& facts)
+{
+    facts.size = QSize(int(file.big(body, 4)), int(file.big(body + 4, 4)));
+    facts.bitsPerSample = qMax(8, file.byte(body + 8));
+    const int colourType = file.byte(body + 9);
+    facts.hasAlpha = colourType == kGreyAlpha || colourType == kRgbAlpha;
+}
+
+void readChunk(FileWindow& file, QByteArrayView type, qint64 body, PictureFacts& facts)
+{
+    if (type == "IHDR") {
+        readHeader(file, body, facts);
+    } else if (type == "tRNS") {
+        facts.hasAlpha = true;
+    } else if (type == "acTL") {
+        facts.isAnimated = file.big(body, 4) > 1;
+    } else if (type == "iCCP") {
+        facts.hasIccProfile = true;
+    } else if (type == "sRGB") {
+        facts.isMarkedSrgb = true;
+    } else if (type == "eXIf") {
+        facts.hasExif = true;
+        facts.orientation = exifOrientation(file, body);
+    } else if (type == "zTXt" && file.has(body, QByteArrayView("Raw profile type exif\0", 22))) {
+        facts.hasExif = true;
+    }
+}
+
+} // namespace
+
+PictureReading readPng(FileWindow& file)
+{
+    PictureReading reading;
+    qint64 offset = kSignature;
+    for (int i = 0; i < kMostChunks && offset + kChunkFrame <= file.size(); ++i) {
+        const qint64 length = qint64(file.big(offset, 4));
+        const QByteArray type = file.bytes(offset + 4, 4).toByteArray();
+        if (type == "IEND")
+            return reading;
+        readChunk(file, type, offset + 8, reading.facts);
+        offset += kChunkFrame + length;
+    }
+    if (!file.has(file.size() - kEnd.size(), kEnd))
+        reading.damage = QStringLiteral("the picture ends before its end chunk");
+    return reading;
+}

@@ -1,0 +1,97 @@
+#include "host/media/SourceFacts.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include "host/media/FileWindow.h"
+#include "host/media/FilmDamage.h"
+#include "host/media/PictureReaders.h"
+#include "host/media/Signature.h"
+
+namespace {
+
+using Reader = PictureReading (*)(FileWindow&);
+
+Reader readerOf(MediaFormat format)
+{
+    switch (format) {
+    case MediaFormat::Jpeg:
+        return readJpeg;
+    case MediaFormat::Png:
+        return readPng;
+    case MediaFormat::WebP:
+        return readWebp;
+    case MediaFormat::Gif:
+        return readGif;
+    case MediaFormat::Bmp:
+        return readBmp;
+    case MediaFormat::Tiff:
+        return readTiff;
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+SourceFacts inspectSource(const QString& path)
+{
+    SourceFacts facts;
+    // Asked before opening: that of a pipe waits for a writer.
+    if (!QFileInfo(path).isFile()) {
+        facts.kind = MediaKind::NotRegular;
+        return facts;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        facts.kind = MediaKind::Unreadable;
+        facts.problem = file.errorString();
+        return facts;
+    }
+    return inspectSource(file);
+}
+
+SourceFacts inspectSource(QIODevice& file)
+{
+    FileWindow window(file);
+    const Signature signature = recognise(window);
+    SourceFacts facts;
+    facts.kind = signature.kind;
+    facts.format = signature.format;
+    facts.name = QLatin1String(signature.name);
+    if (const Reader read = readerOf(facts.format)) {
+        const PictureReading reading = read(window);
+        facts.picture = reading.facts;
+        facts.damage = reading.damage;
+    } else if (facts.kind == MediaKind::Film) {
+        facts.damage = filmDamage(window, facts.format);
+    }
+    return facts;
+}
+
+QString trueSuffix(const SourceFacts& facts, const QString& suffix)
+{
+    // The suffixes that the module goes by, and the only container that it then reads.
+    static const struct
+    {
+        QLatin1String suffix;
+        MediaFormat format;
+    } kForced[] = {
+        {QLatin1String("ts"), MediaFormat::TransportStream},
+        {QLatin1String("flv"), MediaFormat::Flv},
+        {QLatin1String("vob"), MediaFormat::ProgramStream},
+    };
+    static const QMap<MediaFormat, QString> kSuffixes{
+        {MediaFormat::Mp4, QStringLiteral("mp4")}, {MediaFormat::Matroska, QStringLiteral("mkv")},
+        {MediaFormat::Avi, QStringLiteral("avi")}, {MediaFormat::Flv, QStringLiteral("flv")},
+        {MediaFormat::Asf, QStringLiteral("wmv")}, {MediaFormat::TransportStream, QStringLiteral("ts")},
+        {MediaFormat::Ogg, QStringLiteral("ogv")}, {MediaFormat::ProgramStream, QStringLiteral("mpg")},
+        {MediaFormat::Gif, QStringLiteral("gif")},
+    };
+    for (const auto& row : kForced) {
+        // A suffix that nothing knows makes FFmpeg look into the file.
+        if (suffix.compare(row.suffix, Qt::CaseInsensitive) == 0 && facts.format != row.format)
+            return kSuffixes.value(facts.format, QStringLiteral("media"));
+    }
+    return {};
+}

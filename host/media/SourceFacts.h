@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QString>
+
+#include "host/media/PictureFacts.h"
+
+class QIODevice;
+
+enum class MediaKind
+{
+    NotRegular, ///< a folder, a pipe, a device, or nothing at all: it was not opened
+    Unreadable, ///< `problem` has the system's reason
+    Unknown,    ///< neither picture nor film nor sound
+    Picture,
+    Film, ///< a container that can hold a film; whether there is one in it, a FilmProbe tells
+    Sound
+};
+
+/// What a file is made of. Names follow the content, never the file's name.
+enum class MediaFormat
+{
+    None,
+    Jpeg,
+    Png,
+    WebP,
+    Gif,
+    Bmp,
+    Tiff,
+    Pnm,
+    Targa,
+    OtherPicture, ///< read by ffmpeg alone
+    Mp4,          ///< and QuickTime
+    Matroska,     ///< and WebM
+    Avi,
+    Flv,
+    TransportStream,
+    ProgramStream,
+    Asf,
+    Ogg,
+    RawStream, ///< coded pictures without a container
+    OtherFilm,
+    Sound
+};
+
+/// What a file is by its content.
+struct SourceFacts
+{
+    MediaKind kind = MediaKind::Unknown;
+    MediaFormat format = MediaFormat::None;
+    QString name;         ///< for people, such as "JPEG XL"; empty for MediaKind::Unknown
+    QString problem;      ///< for people, why it is Unreadable
+    PictureFacts picture; ///< for MediaKind::Picture
+
+    /// How the file shows that it is cut, for people, such as "the picture ends before its end-of-image
+    /// marker". Empty where it is whole or nothing in it can tell. A film counts as cut when more than 1 % of
+    /// the bytes are missing that its container states, or its index.
+    QString damage;
+};
+
+/// Looks into a file. Reads some kilobytes as a rule and never more than the structure needs: the coded
+/// pixels of a JPEG only where its last bytes are not its end. Any thread; never throws.
+SourceFacts inspectSource(const QString& path);
+/// The same for a file that is open for reading and can seek. The position is lost.
+SourceFacts inspectSource(QIODevice& file);
+
+/// The suffix, without a dot, of a link through which a film has to reach the module when its own suffix (in
+/// any case, without a dot) makes the module take it for another container. Empty when its name is fine.
+QString trueSuffix(const SourceFacts& facts, const QString& suffix);

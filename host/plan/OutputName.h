@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/JobResult.h"
+#include "host/Options.h"
+#include "host/plan/InputList.h"
+
+/// Where the result of an input goes.
+struct OutputName
+{
+    QString path;
+    const Format* format = nullptr; ///< null with a failure
+    Failure failure;
+};
+
+/// `isFolder`: the options' output is a folder that the results go below.
+OutputName nameOutput(const Options& options, const Input& input, bool isFolder);

@@ -1,0 +1,111 @@
+#include "host/plan/Plan.h"
+
+#include "host/plan/Collisions.h"
+#include "host/plan/OutputName.h"
+#include "host/report/PathText.h"
+#include "host/system/NativePath.h"
+#include "host/system/Platform.h"
+#include "host/system/PlatformFiles.h"
+
+Plan::Plan(const Options& options, PrivateFolder& folder) : mOptions(options), mInputs(folder) {}
+
+QStringList Plan::make()
+{
+    QString error = mInputs.collect(mOptions);
+    if (!error.isEmpty())
+        return {error};
+    const auto output = mOptions.output.isEmpty() ? std::nullopt : Platform::factsOf(mOptions.output);
+    const bool isThere = output && output->kind == Platform::FileFacts::Folder;
+    mOutputIsFolder = !mOptions.output.isEmpty() && !mOptions.isShortForm &&
+                      (mInputs.isMany() || isThere || mOptions.output.endsWith(u'/'));
+    if (mOutputIsFolder) {
+        if (output && !isThere)
+            return {QStringLiteral("%1 is a file, and the results of several inputs need a folder")
+                        .arg(shown(mOptions.output))};
+        error = checkOutputFolder();
+    } else if (!mOptions.output.isEmpty() && !(mOptions.formats.isEmpty() && mOptions.suffix.isEmpty()))
+        error = QStringLiteral("give the output's whole name, or a folder for it with --format and --suffix");
+    if (!error.isEmpty())
+        return {error};
+    return findCollisions();
+}
+
+// Results inside the tree would be inputs of the next run, and mix with the sources in any case.
+QString Plan::checkOutputFolder() const
+{
+    if (!mOptions.recursive)
+        return {};
+    for (const QString& input : mOptions.inputs) {
+        const auto tree = Platform::factsOf(input);
+        if (!tree || tree->kind != Platform::FileFacts::Folder)
+            continue;
+        QString folder = NativePath::absolute(mOptions.output);
+        for (bool isTop = false; !isTop; folder = NativePath::folder(folder)) {
+            isTop = folder == NativePath::folder(folder);
+            const auto facts = Platform::factsOf(folder);
+            if (facts && facts->isSameFile(*tree))
+                return QStringLiteral(
+                           "the output folder %1 lies inside the input folder %2: give another one, or "
+                           "--suffix or --in-place")
+                    .arg(shown(mOptions.output), shown(input));
+        }
+    }
+    return {};
+}
+
+PlannedJob Plan::planned(const Input& input) const
+{
+    const OutputName name = nameOutput(mOptions, input, mOutputIsFolder);
+    PlannedJob job;
+    job.spec.inputPath = input.path;
+    job.spec.outputPath = name.path;
+    job.spec.format = name.format;
+    job.failure = name.failure;
+    return job;
+}
+
+QStringList Plan::findCollisions()
+{
+    Collisions collisions;
+    const bool isHarmless = mOptions.deliversNothing() && mOptions.output.isEmpty();
+    const auto pass = [this](auto&& visit) {
+        mInputs.rewind();
+        for (auto input = mInputs.next(); input && !Platform::Interrupts::first(); input = mInputs.next()) {
+            const auto facts = Platform::factsOf(input->path);
+            if (!facts)
+                continue;
+            const PlannedJob job = planned(*input);
+            if (facts->kind == Platform::FileFacts::Regular && !job.failure)
+                visit(job.spec, *facts);
+        }
+        mInputs.rewind();
+    };
+    pass([&](const JobSpec& spec, const Platform::FileFacts& facts) {
+        mBytes += facts.bytes;
+        if (!isHarmless && mInputs.count() > 1)
+            collisions.note(spec.inputPath, facts, spec.outputPath);
+    });
+    if (!collisions.hasSuspects())
+        return {};
+    pass([&](const JobSpec& spec, const Platform::FileFacts& facts) {
+        collisions.examine(spec.inputPath, facts, spec.outputPath);
+    });
+    return collisions.sentences();
+}
+
+std::optional<PlannedJob> Plan::next()
+{
+    const auto input = mInputs.next();
+    if (!input)
+        return {};
+    PlannedJob job = planned(*input);
+    job.spec.index = mNextIndex++;
+    if (job.failure)
+        return job;
+    const auto source = Platform::factsOf(job.spec.inputPath);
+    const auto target = Platform::factsOf(job.spec.outputPath);
+    job.spec.inputBytes = source ? source->bytes : 0;
+    job.spec.isInPlace = source && target && source->isSameFile(*target);
+    job.isExcess = mOptions.skipExisting && target && !mOptions.deliversNothing();
+    return job;
+}

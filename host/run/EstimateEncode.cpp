@@ -1,0 +1,70 @@
+#include "host/run/EstimateEncode.h"
+
+#include <QFileInfo>
+
+#include "host/Options.h"
+#include "host/run/ModuleRun.h"
+#include "host/system/PrivateFolder.h"
+
+namespace {
+
+EncodeRequest requestOf(const EncodeContext& context)
+{
+    const Options& options = context.options;
+    EncodeRequest request;
+    request.inputPath = context.sourcePath;
+    request.outputPath = context.resultPath;
+    request.quality = QString::number(qualityFor(options, *context.spec.format));
+    if (options.size) {
+        const qint64 sourceBytes = QFileInfo(context.sourcePath).size();
+        request.isPercentage = true;
+        request.quality = QString::number(
+            100.0 * double(options.size->bytesFor(sourceBytes)) / double(sourceBytes), 'f', 3);
+    }
+    request.scale = options.scale;
+    return request;
+}
+
+} // namespace
+
+EstimateEncode::EstimateEncode(const EncodeContext& context)
+    : Encode(context),
+      mEstimate(
+          requestOf(context),
+          [&tasks = context.tasks](const EncodeRequest& request) {
+              return std::make_unique<ModuleRun>(tasks, request);
+          },
+          [&folder = context.folder](const QString& suffix) { return folder.newPath(suffix); })
+{
+    connect(&mEstimate, &FilmEstimate::progressed, this, &Encode::progressed);
+    connect(&mEstimate, &FilmEstimate::ended, this, &EstimateEncode::onEnded);
+}
+
+void EstimateEncode::onEnded(const EstimateOutcome& outcome)
+{
+    EncodeEnd end;
+    end.runs = int(outcome.samples.size());
+    const SizeRange range{outcome.range.low, outcome.range.high};
+    switch (outcome.kind) {
+    case EstimateOutcome::Estimated:
+    case EstimateOutcome::Exact:
+        end.estimate = range;
+        break;
+    case EstimateOutcome::UnknownLength:
+        end.failure = {FailureKind::MeasureFailed,
+                       QStringLiteral("its length is not known; a minute of it becomes %1 to %2 bytes")
+                           .arg(range.low)
+                           .arg(range.high)};
+        break;
+    case EstimateOutcome::RunFailed:
+        end.failure = failureOf(outcome.runCode, outcome.runText);
+        break;
+    case EstimateOutcome::NoSample:
+        end.failure = {FailureKind::MeasureFailed, QStringLiteral("its samples are no film to judge by")};
+        break;
+    case EstimateOutcome::Stopped:
+        end.failure = {FailureKind::Interrupted, QString()};
+        break;
+    }
+    emit ended(end);
+}

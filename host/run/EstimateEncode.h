@@ -1,0 +1,21 @@
+#pragma once
+
+#include "host/Encode.h"
+#include "host/search/FilmEstimate.h"
+
+/// Samples from all over a film, for a size beforehand. Makes no result.
+class EstimateEncode final : public Encode
+{
+    Q_OBJECT
+
+public:
+    explicit EstimateEncode(const EncodeContext& context);
+
+    void start() override { mEstimate.start(); }
+    void stop() override { mEstimate.stop(); }
+
+private:
+    void onEnded(const EstimateOutcome& outcome);
+
+    FilmEstimate mEstimate;
+};

@@ -1,0 +1,85 @@
+#include "host/run/GoalEncode.h"
+
+#include <QFileInfo>
+
+#include "host/Format.h"
+#include "host/Options.h"
+#include "host/run/ModuleRun.h"
+#include "host/system/PlatformFiles.h"
+
+namespace {
+
+GoalWish wishOf(const EncodeContext& context)
+{
+    const Format& format = *context.spec.format;
+    GoalWish wish;
+    wish.inputPath = context.sourcePath;
+    wish.suffix = QFileInfo(context.resultPath).suffix();
+    wish.scale = format.isFilm() ? context.options.scale : QString();
+    wish.isFilm = format.isFilm();
+    wish.quality = qualityFor(context.options, format);
+    wish.copyCounts = Formats::looksLike(format, context.sourcePath);
+    wish.size = context.options.size;
+    wish.minSsim = context.options.minSsim;
+    return wish;
+}
+
+} // namespace
+
+GoalEncode::GoalEncode(const EncodeContext& context)
+    : Encode(context), mWish(wishOf(context)),
+      mSearch(
+          mWish,
+          [&tasks = context.tasks](const EncodeRequest& request) {
+              return std::make_unique<ModuleRun>(tasks, request);
+          },
+          // Beside the result, whose folder is private: the chosen one is renamed.
+          [this, result = QFileInfo(context.resultPath)](const QString& suffix) {
+              return QStringLiteral("%1/%2.%3.%4")
+                  .arg(result.path(), result.completeBaseName(), QString::number(++mTries), suffix);
+          })
+{
+    connect(&mSearch, &GoalSearch::runBegan, this, [this](int number, int atMost) {
+        mRun = number;
+        mMostRuns = atMost;
+    });
+    connect(&mSearch, &GoalSearch::progressed, this,
+            [this](float share) { emit progressed((mRun - 1 + double(share)) / mMostRuns); });
+    connect(&mSearch, &GoalSearch::ended, this, &GoalEncode::onEnded);
+}
+
+void GoalEncode::onEnded(const GoalOutcome& outcome)
+{
+    EncodeEnd end;
+    end.runs = int(outcome.trials.size());
+    if (outcome.chosen >= 0) {
+        const Trial& chosen = outcome.trials[outcome.chosen];
+        // Of a film with a wished size the setting is a share, and no quality.
+        if (!mWish.isFilm || !mWish.size)
+            end.quality = qRound(chosen.setting);
+        if (chosen.ssim >= 0)
+            end.ssim = chosen.ssim;
+    }
+    switch (outcome.kind) {
+    case GoalOutcome::Met: {
+        const QString error = Platform::rename(outcome.path, context().resultPath, false);
+        if (!error.isEmpty())
+            end.failure = {FailureKind::DeliveryFailed, error};
+        break;
+    }
+    case GoalOutcome::NotMet:
+        end.failure = {FailureKind::AimUnreached, reachedText(mWish, outcome)};
+        break;
+    case GoalOutcome::RunFailed:
+        end.failure = failureOf(outcome.runCode, outcome.runText);
+        break;
+    case GoalOutcome::MeasureFailed:
+        end.failure = {FailureKind::MeasureFailed,
+                       QStringLiteral("it could not be compared with its result")};
+        break;
+    case GoalOutcome::Stopped:
+        end.failure = {FailureKind::Interrupted, QString()};
+        break;
+    }
+    emit ended(end);
+}

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <memory>
+
+#include "host/Encode.h"
+
+/// The encode that the options ask for: a plain one, a search, an estimate.
+std::unique_ptr<Encode> makeEncode(const EncodeContext& context);

@@ -1,0 +1,136 @@
+#include "host/run/ResultCheck.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include "host/Format.h"
+#include "host/Options.h"
+#include "host/media/FilmMetadata.h"
+#include "host/media/FilmProbe.h"
+#include "host/media/LengthVerdict.h"
+#include "host/media/Losses.h"
+#include "host/media/PictureMetadata.h"
+#include "host/run/Background.h"
+#include "host/search/FfmpegRun.h"
+#include "host/system/PlatformFiles.h"
+
+namespace {
+
+QList<Warning> warningsOf(const QList<Loss>& losses)
+{
+    QList<Warning> warnings;
+    for (const Loss& loss : losses)
+        warnings.append({loss.id, loss.text});
+    return warnings;
+}
+
+struct PictureLook
+{
+    QString metadataError;
+    SourceFacts facts;
+};
+
+} // namespace
+
+ResultCheck::ResultCheck(const Options& options, const JobSpec& spec, SourceView source, Files files,
+                         bool mayTakeDamaged)
+    : mOptions(options), mSpec(spec), mSource(std::move(source)), mFiles(std::move(files)),
+      mMayTakeDamaged(mayTakeDamaged)
+{
+}
+
+ResultCheck::~ResultCheck()
+{
+    // The program first: it may still be writing.
+    mRestore.reset();
+    if (!mRestoredPath.isEmpty())
+        QFile::remove(mRestoredPath);
+}
+
+void ResultCheck::start()
+{
+    if (mSpec.format->isFilm())
+        probeFilm();
+    else
+        checkPicture();
+}
+
+void ResultCheck::checkPicture()
+{
+    const auto look = [files = mFiles, copies = mOptions.keepMetadata] {
+        PictureLook result;
+        result.facts = inspectSource(files.result);
+        if (copies && result.facts.kind == MediaKind::Picture && result.facts.damage.isEmpty()) {
+            result.metadataError = copyPictureMetadata(files.source, files.result);
+            result.facts = inspectSource(files.result);
+        }
+        return result;
+    };
+    inBackground(this, look, [this](const PictureLook& result) {
+        if (!result.metadataError.isEmpty())
+            return end({FailureKind::MetadataFailed, result.metadataError});
+        if (result.facts.kind != MediaKind::Picture)
+            return end({FailureKind::ResultCut, QStringLiteral("it is no picture")});
+        if (!result.facts.damage.isEmpty())
+            return end({FailureKind::ResultCut, result.facts.damage});
+        mView.warnings += warningsOf(pictureLosses(mSource.facts, result.facts));
+        end({});
+    });
+}
+
+void ResultCheck::probeFilm()
+{
+    mProbe = std::make_unique<FilmProbe>(mFiles.result);
+    connect(mProbe.get(), &FilmProbe::answered, this, &ResultCheck::onProbed);
+}
+
+void ResultCheck::onProbed()
+{
+    const FilmFacts result = mProbe->facts();
+    if (!result.error.isEmpty())
+        return end({FailureKind::ResultCut, result.error});
+    const LengthVerdict verdict = lengthVerdict(mSource.film, result);
+    if (verdict.kind == LengthVerdict::Cut && !mMayTakeDamaged)
+        return end({FailureKind::ResultCut, verdict.text});
+    const QString suffix = QFileInfo(mFiles.result).suffix();
+    if (mOptions.keepMetadata && !mIsRestored && !missingFilmMetadata(mSource.film, result, suffix).isEmpty())
+        return restoreFilmMetadata(result);
+    if (verdict.kind != LengthVerdict::Whole)
+        mView.warnings.append({QStringLiteral("length"), verdict.text});
+    mView.warnings += warningsOf(filmLosses(mSource.film, result));
+    end({});
+}
+
+void ResultCheck::restoreFilmMetadata(const FilmFacts& result)
+{
+    const QFileInfo made(mFiles.result);
+    mRestoredPath = made.path() + u'/' + made.completeBaseName() + QStringLiteral(".tags.") + made.suffix();
+    mRestore = std::make_unique<FfmpegRun>();
+    connect(mRestore.get(), &FfmpegRun::ended, this, &ResultCheck::onRestored);
+    mRestore->start(filmMetadataArguments(mSource.film, result, mFiles.source, mFiles.result, mRestoredPath));
+}
+
+void ResultCheck::onRestored(bool isSuccess, const QByteArray& log)
+{
+    if (!isSuccess) {
+        const QByteArray reason = log.trimmed().split('\n').last();
+        return end({FailureKind::MetadataFailed,
+                    reason.isEmpty() ? QStringLiteral("ffmpeg failed") : QString::fromUtf8(reason)});
+    }
+    const QString error = Platform::rename(mRestoredPath, mFiles.result, true);
+    if (!error.isEmpty())
+        return end({FailureKind::MetadataFailed, error});
+    mRestoredPath.clear();
+    // What will be delivered is looked at, and not what it was made of.
+    mIsRestored = true;
+    mProbe.release()->deleteLater();
+    probeFilm();
+}
+
+void ResultCheck::end(const Failure& failure)
+{
+    mView.failure = failure;
+    // Whoever hears it may let the check go.
+    const ResultView view = mView;
+    emit ended(view);
+}

@@ -1,0 +1,172 @@
+#include "host/run/Scheduler.h"
+
+#include <algorithm>
+
+namespace {
+
+// How far pictures may be looked for behind a film that waits.
+constexpr size_t kLookAhead = 64;
+// How many results may wait for an earlier input's before no further job begins.
+constexpr size_t kMaxWaiting = 10000;
+// How many inputs without a job are told of before the event loop turns.
+constexpr int kAtOnce = 256;
+
+bool isInstallationsFault(FailureKind kind)
+{
+    return kind == FailureKind::EncoderMissing || kind == FailureKind::LibraryMissing;
+}
+
+} // namespace
+
+Scheduler::Scheduler(const JobContext& context, Plan& plan, JobEvents& events, Slots freeSlots)
+    : mContext(context), mPlan(plan), mEvents(events), mSlots(freeSlots)
+{
+    mSummary.files = plan.files();
+    mSummary.passedOver = plan.passedOver();
+}
+
+Scheduler::~Scheduler() = default;
+
+void Scheduler::start()
+{
+    fill();
+}
+
+void Scheduler::stop()
+{
+    if (std::exchange(mStopping, true))
+        return;
+    mQueue.clear();
+    mPlanIsDone = true;
+    mEvents.stopping(int(mRunning.size()));
+    for (const auto& [index, job] : mRunning)
+        job->stop();
+    tellWaiting();
+    fill();
+}
+
+void Scheduler::fill()
+{
+    mIsFillPosted = false;
+    for (int begun = 0; begun < kAtOnce; ++begun) {
+        if (!startNext()) {
+            if (mRunning.empty() && mQueue.empty() && mPlanIsDone)
+                emit done();
+            return;
+        }
+    }
+    mIsFillPosted = true;
+    QMetaObject::invokeMethod(this, &Scheduler::fill, Qt::QueuedConnection);
+}
+
+// False when nothing more can be begun now.
+bool Scheduler::startNext()
+{
+    if (mWaiting.size() >= kMaxWaiting)
+        return false;
+    while (!mPlanIsDone && mQueue.size() < kLookAhead) {
+        if (auto job = mPlan.next())
+            mQueue.push_back(std::move(*job));
+        else
+            mPlanIsDone = true;
+    }
+    const auto fits = [this](const PlannedJob& job) {
+        return job.failure || job.isExcess || mSlots.hasRoomFor(job.spec.format->isFilm());
+    };
+    auto next = mQueue.begin();
+    if (next != mQueue.end() && !fits(*next)) {
+        next = mSlots.mayOvertake() ? std::find_if(mQueue.begin(), mQueue.end(), fits) : mQueue.end();
+    }
+    if (next == mQueue.end())
+        return false;
+    const PlannedJob job = std::move(*next);
+    mQueue.erase(next);
+    if (!job.failure && !job.isExcess) {
+        run(job.spec);
+        return true;
+    }
+    JobResult result;
+    result.spec = job.spec;
+    result.bytesBefore = job.spec.inputBytes;
+    result.failure = job.failure;
+    result.outcome = job.failure ? Outcome::Failed : Outcome::Skipped;
+    settle(result);
+    return true;
+}
+
+void Scheduler::run(const JobSpec& spec)
+{
+    mSlots.take(spec.format->isFilm());
+    auto made = std::make_unique<Job>(mContext, spec);
+    Job* const job = made.get();
+    mRunning.emplace(spec.index, std::move(made));
+    connect(job, &Job::measured, this, [this, job](qint64 filmMs) { mEvents.measured(job->spec(), filmMs); });
+    connect(job, &Job::progressed, this,
+            [this, job](double share) { mEvents.progressed(job->spec(), share); });
+    connect(job, &Job::ended, this, [this, job](const JobResult& result) { onEnded(job, result); });
+    mEvents.started(spec);
+    job->start();
+}
+
+void Scheduler::onEnded(Job* job, const JobResult& result)
+{
+    mSlots.free(result.spec.format->isFilm());
+    const auto found = mRunning.find(result.spec.index);
+    // It is still inside its own signal.
+    found->second.release()->deleteLater();
+    mRunning.erase(found);
+    job->disconnect(this);
+    settle(result);
+    if (!std::exchange(mIsFillPosted, true))
+        QMetaObject::invokeMethod(this, &Scheduler::fill, Qt::QueuedConnection);
+}
+
+void Scheduler::settle(const JobResult& result)
+{
+    mEvents.settled(result);
+    count(result);
+    mWaiting.emplace(result.spec.index, result);
+    tellWaiting();
+}
+
+void Scheduler::tellWaiting()
+{
+    // Once the run is being ended, inputs before it may never have begun.
+    for (auto first = mWaiting.begin(); first != mWaiting.end() && (first->first == mNextToTell || mStopping);
+         first = mWaiting.begin()) {
+        mEvents.ended(first->second);
+        mNextToTell = first->first + 1;
+        mWaiting.erase(first);
+    }
+}
+
+void Scheduler::count(const JobResult& result)
+{
+    switch (result.outcome) {
+    case Outcome::Failed:
+        mHasMissed = mHasMissed || isInstallationsFault(result.failure.kind);
+        mIsRefused = mSummary.files == 1 && isBeforeBegin(result.failure.kind);
+        ++mSummary.failed;
+        return;
+    case Outcome::Skipped:
+        ++mSummary.skipped;
+        return;
+    case Outcome::Kept:
+    case Outcome::NotWorth:
+        ++mSummary.kept;
+        break;
+    case Outcome::Delivered:
+    case Outcome::Foreseen:
+        ++mSummary.delivered;
+        break;
+    case Outcome::Estimated: {
+        ++mSummary.delivered;
+        mSummary.bytesBefore += result.bytesBefore;
+        const SizeRange sum = mSummary.estimate.value_or(SizeRange());
+        mSummary.estimate = {sum.low + result.estimate->low, sum.high + result.estimate->high};
+        return;
+    }
+    }
+    mSummary.bytesBefore += result.bytesBefore;
+    mSummary.bytesAfter += result.outcome == Outcome::NotWorth ? result.bytesBefore : result.bytesAfter;
+}

@@ -1,0 +1,115 @@
+#include "host/run/SourceLook.h"
+
+#include <QFile>
+
+#include "host/Format.h"
+#include "host/Options.h"
+#include "host/media/FilmProbe.h"
+#include "host/media/Losses.h"
+#include "host/run/Background.h"
+#include "host/system/PlatformFiles.h"
+
+namespace {
+
+OutputKind outputKindOf(const Format& format)
+{
+    switch (format.kind) {
+    case Format::Jpeg:
+        return OutputKind::Jpeg;
+    case Format::Png:
+        return OutputKind::Png;
+    case Format::WebP:
+        return OutputKind::WebP;
+    case Format::Film:
+        break;
+    }
+    return OutputKind::Film;
+}
+
+// By its own name: the bytes of it may be none that Qt could carry.
+SourceView inspect(const QString& path)
+{
+    SourceView view;
+    QString reason;
+    QFile file;
+    const int opened = Platform::openForReading(path, reason);
+    if (opened < 0 ||
+        !file.open(opened, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
+        view.failure = {FailureKind::Unreadable, reason};
+    else
+        view.facts = inspectSource(file);
+    return view;
+}
+
+Failure unfitFor(const SourceFacts& facts, const Format& format, const Options& options)
+{
+    if (facts.kind == MediaKind::Sound)
+        return {FailureKind::NotMedia, QStringLiteral(": it is sound alone")};
+    if (facts.kind != MediaKind::Picture && facts.kind != MediaKind::Film)
+        return {FailureKind::NotMedia, QString()};
+    const bool isFilm = facts.kind == MediaKind::Film || facts.picture.isAnimated;
+    const OutputKind kind = outputKindOf(format);
+    if (format.isFilm() && !isFilm)
+        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a picture, and no film")};
+    if (!format.isFilm() && facts.kind == MediaKind::Film)
+        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a film, and no picture")};
+    const Obstacle obstacle = obstacleFor(facts, kind);
+    if (obstacle.kind == Obstacle::Unsupported)
+        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral("; ") + obstacle.text};
+    if (obstacle.kind == Obstacle::FirstFrame && !options.firstFrame)
+        return {FailureKind::Animated, QString()};
+    return {};
+}
+
+} // namespace
+
+SourceLook::SourceLook(const Options& options, const JobSpec& spec, const QString& plainPath,
+                       bool mayTakeDamaged)
+    : mOptions(options), mSpec(spec), mPlainPath(plainPath), mMayTakeDamaged(mayTakeDamaged)
+{
+}
+
+SourceLook::~SourceLook() = default;
+
+void SourceLook::start()
+{
+    inBackground(
+        this, [path = mSpec.inputPath] { return inspect(path); },
+        [this](const SourceView& view) { onInspected(view); });
+}
+
+void SourceLook::onInspected(const SourceView& view)
+{
+    mView = view;
+    if (mView.failure)
+        return end(mView.failure);
+    if (const Failure failure = unfitFor(mView.facts, *mSpec.format, mOptions))
+        return end(failure);
+    if (!mView.facts.damage.isEmpty()) {
+        if (!mMayTakeDamaged)
+            return end({FailureKind::SourceCut, mView.facts.damage});
+        mView.warnings.append({QStringLiteral("source-cut"), mView.facts.damage});
+    }
+    if (!mSpec.format->isFilm())
+        return end({});
+    mProbe = std::make_unique<FilmProbe>(mPlainPath);
+    connect(mProbe.get(), &FilmProbe::answered, this, &SourceLook::onProbed);
+}
+
+void SourceLook::onProbed()
+{
+    mView.film = mProbe->facts();
+    if (!mView.film.error.isEmpty())
+        return end({FailureKind::MeasureFailed, mView.film.error});
+    if (!mView.film.picture())
+        return end({FailureKind::NotMedia, QStringLiteral(": there is no film in it")});
+    end({});
+}
+
+void SourceLook::end(const Failure& failure)
+{
+    mView.failure = failure;
+    // Whoever hears it may let the look go.
+    const SourceView view = mView;
+    emit ended(view);
+}

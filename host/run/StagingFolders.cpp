@@ -1,0 +1,46 @@
+#include "host/run/StagingFolders.h"
+
+#include "host/system/NativePath.h"
+
+namespace {
+
+constexpr qsizetype kRemembered = 64;
+
+} // namespace
+
+std::shared_ptr<PrivateFolder> StagingFolders::in(const QString& folder)
+{
+    if (auto living = mLiving.value(folder).lock())
+        return living;
+    mLiving.removeIf([](const auto& entry) { return entry.value().expired(); });
+    if (!mSwept.contains(folder)) {
+        PrivateFolder::sweep(folder, PrivateFolder::kBesideOutput);
+        mSwept.append(folder);
+        if (mSwept.size() > kRemembered)
+            mSwept.removeFirst();
+    }
+    auto made = std::make_shared<PrivateFolder>(folder, PrivateFolder::kBesideOutput);
+    mLiving.insert(folder, made);
+    return made;
+}
+
+void StagingFolders::leave(const QString& folder, bool hasResult)
+{
+    for (QString made = folder; mMade.contains(made); made = NativePath::folder(made)) {
+        std::error_code error;
+        if (!hasResult && !std::filesystem::remove(NativePath::toNative(made), error))
+            return;
+        mMade.remove(made);
+    }
+}
+
+void StagingFolders::removeAll()
+{
+    for (const std::weak_ptr<PrivateFolder>& folder : std::as_const(mLiving)) {
+        if (const auto living = folder.lock())
+            living->remove();
+    }
+    const QSet<QString> made = mMade;
+    for (const QString& folder : made)
+        leave(folder, false);
+}

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// What differs between systems about files. Paths are in the text form of NativePath; texts that are
+/// returned are the system's reasons, empty for success.
+namespace Platform {
+
+struct FileFacts
+{
+    enum Kind
+    {
+        Regular,
+        Folder,
+        Other
+    };
+
+    Kind kind = Other;
+    qint64 bytes = 0;
+    quint64 device = 0; ///< with `number`: the file itself, whatever its name
+    quint64 number = 0;
+    quint64 links = 1;
+    quint32 mode = 0; ///< Unix permissions
+    quint32 owner = 0;
+    quint32 group = 0;
+    qint64 modifiedNs = 0; ///< since an epoch of the system's
+    qint64 accessedNs = 0;
+
+    bool isSameFile(const FileFacts& other) const { return device == other.device && number == other.number; }
+    /// The same file with, by all that shows, the same content.
+    bool isUnchanged(const FileFacts& other) const
+    {
+        return isSameFile(other) && bytes == other.bytes && modifiedNs == other.modifiedNs;
+    }
+};
+
+/// Of the file that the path leads to, through links. Nothing when there is none; `reason` gets why.
+std::optional<FileFacts> factsOf(const QString& path, QString* reason = nullptr);
+
+/// Whether the name itself is a link (or a junction).
+bool isLink(const QString& path);
+/// Where a result for `path` comes to lie: a symbolic link stays, and what it points to is replaced.
+QString finalPath(const QString& path);
+
+/// Opens for reading; a pipe does not make it wait. Returns a descriptor for QFile::open(), or -1 and the
+/// reason.
+int openForReading(const QString& path, QString& reason);
+
+/// Renames, in one step. With `replace` what lies at `to` gives way; without it an existing file is an error.
+/// Retries for a second where another program holds the target.
+QString rename(const QString& from, const QString& to, bool replace);
+
+/// A new name for a file, in another folder: a symbolic link, or a hard one where the system allows no other.
+QString makeLink(const QString& target, const QString& link, bool isFolder);
+
+/// A copy with content only; shares the blocks where the file system can.
+QString copy(const QString& from, const QString& to);
+
+/// Whether `replacement` could take over owner and group of `existing`: as root, or when they are its own.
+bool canTakeOwner(const FileFacts& existing);
+
+/// Gives `to` the permissions of `from` and, as root, its owner. As a replacement it takes over owner or
+/// group where that is allowed, extended attributes and access lists too: what lies at a path stays itself.
+/// Never gives anyone more permissions than `from` does.
+QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement);
+QString setTimes(const QString& path, const FileFacts& facts);
+
+/// Makes a folder with this mode. No error when it is there.
+QString makeFolder(const QString& path, quint32 mode, bool& isNew);
+/// The longest name in the folder that its file system takes, in bytes (Windows: letters).
+qint64 longestName(const QString& folder);
+
+/// Makes a folder for this user alone, and hides it where names do not. False when the name is taken or the
+/// folder cannot be made: `reason` is empty in the former case.
+bool makePrivateFolder(const QString& path, QString& reason);
+/// Whether the folder is this user's own and no link.
+bool isOwnFolder(const QString& path);
+
+/// Of this process and machine, for marks that other processes read.
+struct ProcessIdentity
+{
+    QString user;
+    QString host;
+    qint64 process = 0;
+    QString started; ///< tells it from an earlier process with the same number
+
+    static ProcessIdentity own();
+    /// Whether the process runs; "yes" when that cannot be told.
+    bool isAlive() const;
+};
+
+/// A file that is held locked until the object goes or the process ends, however it ends.
+class FileLock
+{
+public:
+    FileLock() = default;
+    ~FileLock() { release(); }
+    Q_DISABLE_COPY_MOVE(FileLock)
+
+    /// Makes a new file with this content and holds it.
+    QString make(const QString& path, const QByteArray& content);
+    /// Takes hold of an existing file, unless a process holds it.
+    bool take(const QString& path);
+    void release();
+
+private:
+    qintptr mHandle = -1;
+};
+
+} // namespace Platform

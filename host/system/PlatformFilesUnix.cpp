@@ -1,0 +1,282 @@
+#include <QFile>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#ifdef Q_OS_LINUX
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#endif
+
+#include "host/system/NativePath.h"
+#include "host/system/PlatformFiles.h"
+
+namespace Platform {
+
+namespace {
+
+constexpr int kNoHandle = -1;
+constexpr int kMaxLinks = 40;
+
+QString reasonOf(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QString result(int returned)
+{
+    return returned == 0 ? QString() : reasonOf(errno);
+}
+
+qint64 nanoseconds(const timespec& time)
+{
+    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+timespec timeOf(qint64 ns)
+{
+    return {time_t(ns / 1'000'000'000), long(ns % 1'000'000'000)};
+}
+
+int renameNew(const char* from, const char* to)
+{
+#if defined(Q_OS_LINUX) && defined(SYS_renameat2)
+    constexpr unsigned kNoReplace = 1;
+    if (syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, kNoReplace) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return -1;
+#endif
+    // A second name refuses an existing one as well.
+    if (link(from, to) == 0)
+        return unlink(from);
+    if (errno == EEXIST)
+        return -1;
+    // A file system without either, such as a memory card's.
+    if (access(to, F_OK) == 0) {
+        errno = EEXIST;
+        return -1;
+    }
+    return ::rename(from, to);
+}
+
+#ifdef Q_OS_LINUX
+// Access lists are among them. A file system without them has none to lose.
+void copyExtendedAttributes(const char* from, const char* to)
+{
+    constexpr size_t kMost = size_t(64) * 1024; // as Linux allows
+    std::array<char, kMost> names;
+    std::array<char, kMost> value;
+    const ssize_t bytes = listxattr(from, names.data(), names.size());
+    for (ssize_t at = 0; at < bytes; at += ssize_t(std::strlen(names.data() + at)) + 1) {
+        const char* const name = names.data() + at;
+        const ssize_t size = getxattr(from, name, value.data(), value.size());
+        if (size >= 0)
+            setxattr(to, name, value.data(), size_t(size), 0);
+    }
+}
+#endif
+
+} // namespace
+
+std::optional<FileFacts> factsOf(const QString& path, QString* reason)
+{
+    struct stat info = {};
+    if (::stat(NativePath::toBytes(path).constData(), &info) != 0) {
+        if (reason)
+            *reason = reasonOf(errno);
+        return {};
+    }
+    FileFacts facts;
+    facts.kind = S_ISREG(info.st_mode)   ? FileFacts::Regular
+                 : S_ISDIR(info.st_mode) ? FileFacts::Folder
+                                         : FileFacts::Other;
+    facts.bytes = info.st_size;
+    facts.device = info.st_dev;
+    facts.number = info.st_ino;
+    facts.links = info.st_nlink;
+    facts.mode = info.st_mode & 07777;
+    facts.owner = info.st_uid;
+    facts.group = info.st_gid;
+    facts.modifiedNs = nanoseconds(info.st_mtim);
+    facts.accessedNs = nanoseconds(info.st_atim);
+    return facts;
+}
+
+bool isLink(const QString& path)
+{
+    struct stat info = {};
+    return lstat(NativePath::toBytes(path).constData(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+QString finalPath(const QString& path)
+{
+    QString place = NativePath::absolute(path);
+    for (int links = 0; links < kMaxLinks; ++links) {
+        std::array<char, PATH_MAX> target;
+        const ssize_t length = readlink(NativePath::toBytes(place).constData(), target.data(), target.size());
+        if (length < 0)
+            break;
+        const QString to = NativePath::fromBytes(QByteArray(target.data(), length));
+        // Not cleaned of "..": the folder before it may be a link itself.
+        place = to.startsWith(u'/') ? to : NativePath::folder(place) + u'/' + to;
+    }
+    return place;
+}
+
+int openForReading(const QString& path, QString& reason)
+{
+    const int file = open(NativePath::toBytes(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0)
+        reason = reasonOf(errno);
+    return file;
+}
+
+QString rename(const QString& from, const QString& to, bool replace)
+{
+    const QByteArray source = NativePath::toBytes(from);
+    const QByteArray target = NativePath::toBytes(to);
+    return result(replace ? ::rename(source.constData(), target.constData())
+                          : renameNew(source.constData(), target.constData()));
+}
+
+QString makeLink(const QString& target, const QString& link, bool)
+{
+    return result(symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()));
+}
+
+QString copy(const QString& from, const QString& to)
+{
+    std::error_code error;
+    std::filesystem::copy_file(NativePath::toNative(from), NativePath::toNative(to),
+                               std::filesystem::copy_options::overwrite_existing, error);
+    return error ? QString::fromLocal8Bit(error.message().c_str()) : QString();
+}
+
+bool canTakeOwner(const FileFacts& existing)
+{
+    return geteuid() == 0 || existing.owner == geteuid();
+}
+
+QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement)
+{
+    const QByteArray target = NativePath::toBytes(to);
+    mode_t mode = facts.mode & (isReplacement ? 07777 : 0777);
+    const bool hasOwner = geteuid() == 0 && ::chown(target.constData(), facts.owner, facts.group) == 0;
+    if (!hasOwner && isReplacement && ::chown(target.constData(), uid_t(-1), facts.group) != 0) {
+        // The permissions of one group are not to go to another.
+        mode &= mode_t(~(S_ISUID | S_ISGID | S_IRWXG));
+    }
+#ifdef Q_OS_LINUX
+    if (isReplacement)
+        copyExtendedAttributes(NativePath::toBytes(from).constData(), target.constData());
+#else
+    Q_UNUSED(from)
+#endif
+    // Behind the owner, whose change takes bits away.
+    return result(chmod(target.constData(), mode));
+}
+
+QString setTimes(const QString& path, const FileFacts& facts)
+{
+    const timespec times[] = {timeOf(facts.accessedNs), timeOf(facts.modifiedNs)};
+    return result(utimensat(AT_FDCWD, NativePath::toBytes(path).constData(), times, 0));
+}
+
+QString makeFolder(const QString& path, quint32 mode, bool& isNew)
+{
+    isNew = mkdir(NativePath::toBytes(path).constData(), mode) == 0;
+    return isNew || errno == EEXIST ? QString() : reasonOf(errno);
+}
+
+qint64 longestName(const QString& folder)
+{
+    const long bytes = pathconf(NativePath::toBytes(folder).constData(), _PC_NAME_MAX);
+    return bytes > 0 ? bytes : NAME_MAX;
+}
+
+bool makePrivateFolder(const QString& path, QString& reason)
+{
+    if (mkdir(NativePath::toBytes(path).constData(), S_IRWXU) == 0)
+        return true;
+    reason = errno == EEXIST ? QString() : reasonOf(errno);
+    return false;
+}
+
+bool isOwnFolder(const QString& path)
+{
+    struct stat info = {};
+    return lstat(NativePath::toBytes(path).constData(), &info) == 0 && S_ISDIR(info.st_mode) &&
+           info.st_uid == geteuid();
+}
+
+namespace {
+
+// The 22nd field, in clock ticks since the machine's start; behind the last bracket, as a name may have any.
+QString startOf(qint64 process)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray line = file.readAll();
+    constexpr int kStartField = 19;
+    return QString::fromLatin1(line.mid(line.lastIndexOf(')') + 2).split(' ').value(kStartField));
+}
+
+} // namespace
+
+ProcessIdentity ProcessIdentity::own()
+{
+    std::array<char, 256> host = {};
+    gethostname(host.data(), host.size() - 1);
+    return {QString::number(geteuid()), QString::fromLocal8Bit(host.data()), getpid(), startOf(getpid())};
+}
+
+bool ProcessIdentity::isAlive() const
+{
+    if (::kill(pid_t(process), 0) != 0 && errno == ESRCH)
+        return false;
+    const QString now = startOf(process);
+    return now.isEmpty() || started.isEmpty() || now == started;
+}
+
+QString FileLock::make(const QString& path, const QByteArray& content)
+{
+    const int file = open(NativePath::toBytes(path).constData(),
+                          O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    if (file < 0)
+        return reasonOf(errno);
+    mHandle = file;
+    // A file system without locks leaves the process's number and start to judge by.
+    flock(file, LOCK_EX | LOCK_NB);
+    return ::write(file, content.constData(), size_t(content.size())) == content.size() ? QString()
+                                                                                        : reasonOf(errno);
+}
+
+bool FileLock::take(const QString& path)
+{
+    const int file =
+        open(NativePath::toBytes(path).constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0)
+        return false;
+    mHandle = file;
+    const bool held = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (held)
+        release();
+    return !held;
+}
+
+void FileLock::release()
+{
+    if (mHandle != kNoHandle)
+        close(int(mHandle));
+    mHandle = kNoHandle;
+}
+
+} // namespace Platform

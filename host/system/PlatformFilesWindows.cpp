@@ -1,0 +1,298 @@
+#include <QFile>
+
+#include <aclapi.h>
+#include <array>
+#include <fcntl.h>
+#include <io.h>
+#include <memory>
+#include <qt_windows.h>
+
+#include "host/system/NativePath.h"
+#include "host/system/PlatformFiles.h"
+
+namespace Platform {
+
+namespace {
+
+constexpr qintptr kNoHandle = -1;
+static_assert(kNoHandle == -1, "INVALID_HANDLE_VALUE");
+constexpr int kRetries = 20;
+constexpr DWORD kRetryMs = 50;
+
+struct HandleCloser
+{
+    void operator()(void* handle) const { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, HandleCloser>;
+
+std::wstring native(const QString& path)
+{
+    return NativePath::toNative(path).native();
+}
+
+QString reasonOf(DWORD error)
+{
+    return qt_error_string(int(error)).trimmed();
+}
+
+QString result(BOOL done)
+{
+    return done ? QString() : reasonOf(GetLastError());
+}
+
+Handle openForFacts(const QString& path, DWORD more = 0)
+{
+    const HANDLE handle = CreateFileW(native(path).c_str(), FILE_READ_ATTRIBUTES,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | more, nullptr);
+    return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+qint64 wide(DWORD high, DWORD low)
+{
+    return qint64(quint64(high) << 32 | low);
+}
+
+// A scanner or an indexer may hold a file for a moment.
+template <class Call>
+QString retried(Call call)
+{
+    for (int tries = 0;; ++tries) {
+        if (call())
+            return {};
+        const DWORD error = GetLastError();
+        const bool isHeld = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED ||
+                            error == ERROR_LOCK_VIOLATION || error == ERROR_USER_MAPPED_FILE;
+        if (!isHeld || tries == kRetries)
+            return reasonOf(error);
+        Sleep(kRetryMs);
+    }
+}
+
+FILETIME timeOf(qint64 ns)
+{
+    const quint64 ticks = quint64(ns / 100);
+    return {DWORD(ticks), DWORD(ticks >> 32)};
+}
+
+} // namespace
+
+std::optional<FileFacts> factsOf(const QString& path, QString* reason)
+{
+    const Handle file = openForFacts(path);
+    BY_HANDLE_FILE_INFORMATION info = {};
+    if (!file || !GetFileInformationByHandle(file.get(), &info)) {
+        if (reason)
+            *reason = reasonOf(GetLastError());
+        return {};
+    }
+    FileFacts facts;
+    facts.kind = info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY ? FileFacts::Folder
+                 : GetFileType(file.get()) == FILE_TYPE_DISK      ? FileFacts::Regular
+                                                                  : FileFacts::Other;
+    facts.bytes = wide(info.nFileSizeHigh, info.nFileSizeLow);
+    facts.device = info.dwVolumeSerialNumber;
+    facts.number = quint64(wide(info.nFileIndexHigh, info.nFileIndexLow));
+    facts.links = info.nNumberOfLinks;
+    facts.mode = info.dwFileAttributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    facts.modifiedNs = wide(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100;
+    facts.accessedNs = wide(info.ftLastAccessTime.dwHighDateTime, info.ftLastAccessTime.dwLowDateTime) * 100;
+    return facts;
+}
+
+// Junctions too: all that leads elsewhere.
+bool isLink(const QString& path)
+{
+    const DWORD attributes = GetFileAttributesW(native(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+}
+
+QString finalPath(const QString& path)
+{
+    const QString place = NativePath::absolute(path);
+    const Handle file = isLink(place) ? openForFacts(place) : Handle();
+    std::array<wchar_t, 32768> name;
+    const DWORD length = file ? GetFinalPathNameByHandleW(file.get(), name.data(), DWORD(name.size()), 0) : 0;
+    if (length == 0 || length >= name.size())
+        return place;
+    return NativePath::fromNative(std::wstring(name.data(), length));
+}
+
+int openForReading(const QString& path, QString& reason)
+{
+    const HANDLE handle = CreateFileW(native(path).c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        reason = reasonOf(GetLastError());
+        return -1;
+    }
+    return _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_RDONLY | _O_BINARY);
+}
+
+QString rename(const QString& from, const QString& to, bool replace)
+{
+    const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
+    return retried([&] { return MoveFileExW(native(from).c_str(), native(to).c_str(), flags); });
+}
+
+QString makeLink(const QString& target, const QString& link, bool isFolder)
+{
+    constexpr DWORD kUnprivileged = 2;
+    const DWORD flags = kUnprivileged | (isFolder ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0);
+    if (CreateSymbolicLinkW(native(link).c_str(), native(target).c_str(), flags))
+        return {};
+    return isFolder ? reasonOf(GetLastError())
+                    : result(CreateHardLinkW(native(link).c_str(), native(target).c_str(), nullptr));
+}
+
+QString copy(const QString& from, const QString& to)
+{
+    return result(CopyFileW(native(from).c_str(), native(to).c_str(), FALSE));
+}
+
+// The access list goes with the place, and the owner of a new file is who made it.
+bool canTakeOwner(const FileFacts&)
+{
+    return true;
+}
+
+// A new file has taken over its folder's access list, and the private folder its parent's: as if it had been made in
+// its place. What replaces another gets that one's.
+QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement)
+{
+    PACL list = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    std::wstring source = native(from);
+    std::wstring target = native(to);
+    if (isReplacement &&
+        GetNamedSecurityInfoW(source.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                              &list, nullptr, &descriptor) == ERROR_SUCCESS) {
+        SetNamedSecurityInfoW(target.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                              list, nullptr);
+        LocalFree(descriptor);
+    }
+    const DWORD kept = facts.mode & FILE_ATTRIBUTE_HIDDEN;
+    return result(SetFileAttributesW(target.c_str(), kept ? kept : FILE_ATTRIBUTE_NORMAL));
+}
+
+QString setTimes(const QString& path, const FileFacts& facts)
+{
+    const HANDLE handle =
+        CreateFileW(native(path).c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return reasonOf(GetLastError());
+    const Handle file(handle);
+    const FILETIME accessed = timeOf(facts.accessedNs);
+    const FILETIME modified = timeOf(facts.modifiedNs);
+    return result(SetFileTime(handle, nullptr, &accessed, &modified));
+}
+
+QString makeFolder(const QString& path, quint32, bool& isNew)
+{
+    isNew = CreateDirectoryW(native(path).c_str(), nullptr) != 0;
+    const DWORD error = GetLastError();
+    return isNew || error == ERROR_ALREADY_EXISTS ? QString() : reasonOf(error);
+}
+
+qint64 longestName(const QString&)
+{
+    return 255;
+}
+
+bool makePrivateFolder(const QString& path, QString& reason)
+{
+    if (!CreateDirectoryW(native(path).c_str(), nullptr)) {
+        const DWORD error = GetLastError();
+        reason = error == ERROR_ALREADY_EXISTS ? QString() : reasonOf(error);
+        return false;
+    }
+    // A leading dot hides nothing here.
+    if (NativePath::fileName(path).startsWith(u'.'))
+        SetFileAttributesW(native(path).c_str(), FILE_ATTRIBUTE_HIDDEN);
+    return true;
+}
+
+// Who made it, its mark says; here it must not lead elsewhere.
+bool isOwnFolder(const QString& path)
+{
+    const DWORD attributes = GetFileAttributesW(native(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) &&
+           !(attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+}
+
+namespace {
+
+QString startOf(HANDLE process)
+{
+    FILETIME made = {};
+    FILETIME other[3] = {};
+    if (!GetProcessTimes(process, &made, &other[0], &other[1], &other[2]))
+        return {};
+    return QString::number(wide(made.dwHighDateTime, made.dwLowDateTime));
+}
+
+} // namespace
+
+ProcessIdentity ProcessIdentity::own()
+{
+    std::array<wchar_t, 512> user = {};
+    DWORD userLength = DWORD(user.size());
+    GetUserNameW(user.data(), &userLength);
+    std::array<wchar_t, 512> host = {};
+    DWORD hostLength = DWORD(host.size());
+    GetComputerNameExW(ComputerNamePhysicalDnsFullyQualified, host.data(), &hostLength);
+    return {QString::fromWCharArray(user.data()), QString::fromWCharArray(host.data()),
+            qint64(GetCurrentProcessId()), startOf(GetCurrentProcess())};
+}
+
+bool ProcessIdentity::isAlive() const
+{
+    const HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(process));
+    // Refused is not gone.
+    if (!handle)
+        return GetLastError() != ERROR_INVALID_PARAMETER;
+    const Handle opened(handle);
+    DWORD status = 0;
+    if (GetExitCodeProcess(handle, &status) && status != STILL_ACTIVE)
+        return false;
+    const QString now = startOf(handle);
+    return now.isEmpty() || started.isEmpty() || now == started;
+}
+
+namespace {
+
+// Not shared for writing or deletion: a second one that wants both is refused.
+qintptr openMark(const QString& path, DWORD disposition)
+{
+    return reinterpret_cast<qintptr>(CreateFileW(native(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                                 FILE_SHARE_READ, nullptr, disposition,
+                                                 FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+}
+
+} // namespace
+
+QString FileLock::make(const QString& path, const QByteArray& content)
+{
+    mHandle = openMark(path, CREATE_NEW);
+    DWORD written = 0;
+    return mHandle == kNoHandle ? reasonOf(GetLastError())
+                                : result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
+                                                   DWORD(content.size()), &written, nullptr));
+}
+
+bool FileLock::take(const QString& path)
+{
+    mHandle = openMark(path, OPEN_EXISTING);
+    return mHandle != kNoHandle;
+}
+
+void FileLock::release()
+{
+    if (mHandle != kNoHandle)
+        CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+    mHandle = kNoHandle;
+}
+
+} // namespace Platform

@@ -1,0 +1,164 @@
+#include "host/system/PrivateFolder.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+#include "host/system/NativePath.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kMarkName[] = "vxcompress-mark";
+constexpr char kMarkTitle[] = "vxcompress private folder 1";
+constexpr int kRandomLetters = 6;
+constexpr int kMaxTries = 100;
+
+QString randomLetters()
+{
+    QString letters;
+    for (int at = 0; at < kRandomLetters; ++at) {
+        const int number = QRandomGenerator::system()->bounded(52);
+        letters += QChar(number < 26 ? u'a' + number : u'A' + number - 26);
+    }
+    return letters;
+}
+
+QByteArray markContent()
+{
+    const Platform::ProcessIdentity own = Platform::ProcessIdentity::own();
+    return QStringLiteral("%1\n%2\n%3\n%4\n%5\n")
+        .arg(QLatin1String(kMarkTitle), own.user, own.host, QString::number(own.process), own.started)
+        .toUtf8();
+}
+
+std::optional<Platform::ProcessIdentity> readMark(const fs::path& path)
+{
+    std::error_code error;
+    if (fs::symlink_status(path, error).type() != fs::file_type::regular)
+        return {};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QStringList lines = QString::fromUtf8(file.read(1024)).split(u'\n');
+    if (lines.size() != 6 || lines.at(0) != QLatin1String(kMarkTitle))
+        return {};
+    return Platform::ProcessIdentity{lines.at(1), lines.at(2), lines.at(3).toLongLong(), lines.at(4)};
+}
+
+// What lies in a private folder: the program's own files by number, with whatever an encoder or a library
+// adds to the name while it writes, and what the module makes in the temporary location.
+bool isOwnName(const QString& name, bool isFolder, int depth)
+{
+    static const QRegularExpression kFile(
+        QStringLiteral("^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.diskprobe-\\w{6}|\\.vx-[0-9a-z]+(\\..*)?|%1)$")
+            .arg(QLatin1String(kMarkName)));
+    static const QRegularExpression kModuleFolder(QStringLiteral("^compress\\w{6}$"));
+    static const QRegularExpression kModuleFile(QStringLiteral("^(temporaryImage_[12]|source)\\..*$"));
+    if (isFolder)
+        return depth == 0 && kModuleFolder.match(name).hasMatch();
+    return (depth == 0 ? kFile : kModuleFile).match(name).hasMatch();
+}
+
+bool isUnderstood(const fs::path& folder, int depth = 0)
+{
+    std::error_code error;
+    for (fs::directory_iterator it(folder, error); !error && it != fs::directory_iterator();
+         it.increment(error)) {
+        const bool isFolder = it->symlink_status(error).type() == fs::file_type::directory;
+        if (!isOwnName(NativePath::fromNative(it->path().filename()), isFolder, depth) ||
+            (isFolder && !isUnderstood(it->path(), depth + 1)))
+            return false;
+    }
+    return !error;
+}
+
+void removeIfLeft(const fs::path& folder, const Platform::ProcessIdentity& own)
+{
+    const QString path = NativePath::fromNative(folder);
+    const fs::path mark = folder / kMarkName;
+    if (!Platform::isOwnFolder(path))
+        return;
+    const auto maker = readMark(mark);
+    // What another machine has made on a shared disk is that machine's to judge: its processes are not seen
+    // here.
+    if (!maker || maker->user != own.user || maker->host != own.host || maker->isAlive())
+        return;
+    Platform::FileLock lock;
+    if (!lock.take(NativePath::fromNative(mark)) || !isUnderstood(folder))
+        return;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (entry.path() != mark)
+            fs::remove_all(entry.path(), error);
+    }
+    // The mark goes last: a sweep that is cut short is taken up again.
+    lock.release();
+    fs::remove(mark, error);
+    fs::remove(folder, error);
+}
+
+} // namespace
+
+PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
+{
+    for (int tries = 0; tries < kMaxTries; ++tries) {
+        mPath = NativePath::join(parent, QLatin1String(prefix) + randomLetters());
+        if (Platform::makePrivateFolder(mPath, mError)) {
+            mError = mMark.make(NativePath::join(mPath, QLatin1String(kMarkName)), markContent());
+            if (!mError.isEmpty())
+                remove();
+            return;
+        }
+        if (!mError.isEmpty())
+            break;
+    }
+    if (mError.isEmpty())
+        mError = QStringLiteral("no free name");
+    mPath.clear();
+}
+
+PrivateFolder::~PrivateFolder()
+{
+    remove();
+}
+
+QString PrivateFolder::newPath(const QString& suffix)
+{
+    const QString number = QString::number(++mNames);
+    return NativePath::join(mPath, suffix.isEmpty() ? number : number + u'.' + suffix);
+}
+
+void PrivateFolder::remove()
+{
+    if (mPath.isEmpty())
+        return;
+    // Windows removes no file that is held.
+    mMark.release();
+    constexpr int kTries = 3; // something may still be writing
+    for (int tries = 0; tries < kTries; ++tries) {
+        std::error_code error;
+        fs::remove_all(NativePath::toNative(mPath), error);
+        if (!error)
+            return;
+    }
+}
+
+void PrivateFolder::sweep(const QString& parent, const char* prefix)
+{
+    const QString name = QLatin1String(prefix);
+    const auto own = Platform::ProcessIdentity::own();
+    std::error_code error;
+    for (fs::directory_iterator it(NativePath::toNative(parent), error);
+         !error && it != fs::directory_iterator(); it.increment(error)) {
+        const QString found = NativePath::fromNative(it->path().filename());
+        if (found.size() != name.size() + kRandomLetters || !found.startsWith(name))
+            continue;
+        if (std::all_of(found.begin() + name.size(), found.end(),
+                        [](QChar letter) { return letter.unicode() < 128 && letter.isLetter(); }))
+            removeIfLeft(it->path(), own);
+    }
+}
