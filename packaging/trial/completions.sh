@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Run by a user: each shell finds the completion by itself and offers what begins so.
+expect() { # SHELL OFFERED: two options that begin alike
+    [[ $2 == *--quality* && $2 == *--quiet* && $2 != *--scale* ]] || { echo "$1 offers: $2" >&2; return 1; }
+}
+expect bash "$(bash -c '
+    source /usr/share/bash-completion/bash_completion
+    _completion_loader vxcompress
+    complete -p vxcompress | grep -q _vxcompress
+    compopt() { :; }
+    COMP_WORDS=(vxcompress --qu) COMP_CWORD=1
+    _vxcompress
+    echo "${COMPREPLY[@]}"')"
+expect fish "$(fish -c 'complete -C "vxcompress --qu"')"
+# shellcheck disable=SC2016  # for the inner shell
+expect zsh "$(timeout 60 zsh -f -c '
+    zmodload zsh/zpty
+    zpty shell "TERM=dumb PS1= zsh -f -i"
+    zpty -w shell "autoload -U compinit; compinit -u -d ~/.zcompdump; bindkey -e; echo rea\\dy"
+    zpty -r shell output "*ready*"
+    zpty -w -n shell $'"'vxcompress --qu\\t'"'
+    zpty -r shell output "*--quiet*"
+    print -r -- $output
+    zpty -d shell' | tr -d '\r' | sed -n '/^--/p;/--qu.*--/p')"
+# And all that the help names.
+vxcompress --help-all | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort >named
+fish -c 'complete -C "vxcompress --"' | grep -o -- '^--[a-z-]*' | sort | diff named -
+man vxcompress | col -b | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort | diff named -
