@@ -1,10 +1,11 @@
 #pragma once
 
-#include <QByteArray>
-#include <QFileInfoList>
-#include <QList>
-#include <QStringList>
-#include <QTemporaryDir>
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <utility>
+
+#include "tests/support/TestFolder.h"
 
 /// What the fake encoders do for as long as this object lives, and what they did. One at a time.
 class FakeEncoder
@@ -12,37 +13,68 @@ class FakeEncoder
 public:
     struct Run
     {
-        qint64 processId;
-        QString tool; ///< the program's file name
-        QStringList arguments;
+        int processId;
+        QStringList arguments; ///< the tool's name first
     };
 
     /// Encoders write half the source's size and exit with 0, until told otherwise.
-    FakeEncoder();
-    ~FakeEncoder();
+    FakeEncoder() { qputenv("FAKE_RECORD", QFile::encodeName(mRecords.path())); }
+    ~FakeEncoder() { reset(); }
     Q_DISABLE_COPY_MOVE(FakeEncoder)
 
     /// Sets one of the variables that fake_encoder.cpp lists, for encoders started from now on. Chainable.
-    FakeEncoder& set(const char* variable, const QByteArray& value);
+    FakeEncoder& set(const char* variable, const QByteArray& value)
+    {
+        mVariables.append(variable);
+        qputenv(variable, value);
+        return *this;
+    }
     FakeEncoder& exitWith(int code) { return set("FAKE_EXIT", QByteArray::number(code)); }
     FakeEncoder& crash() { return set("FAKE_END", "crash"); }
     FakeEncoder& hang() { return set("FAKE_END", "hang"); }
     FakeEncoder& write(const QByteArray& size) { return set("FAKE_OUTPUT", size); }
     FakeEncoder& delay(int milliseconds) { return set("FAKE_DELAY_MS", QByteArray::number(milliseconds)); }
-    FakeEncoder& progress(const QByteArray& script) { return set("FAKE_PROGRESS", script); }
     /// Back to the beginning; what was recorded stays.
-    void reset();
+    void reset()
+    {
+        for (const QByteArray& variable : std::exchange(mVariables, {}))
+            qunsetenv(variable.constData());
+    }
+    /// Lets those that hang go on to their end.
+    void open() const { QDir(mRecords.path()).mkdir(QStringLiteral("open")); }
 
     /// All encoders that came to life, the oldest first.
-    QList<Run> runs() const;
+    QList<Run> runs() const
+    {
+        QList<Run> found;
+        for (const QFileInfo& info : records("*.arguments")) {
+            QStringList words =
+                QString::fromLocal8Bit(TestFolder::read(info.filePath())).chopped(1).split(u'\n');
+            words[0] = QFileInfo(words[0]).completeBaseName();
+            found.append({info.baseName().toInt(), words});
+        }
+        return found;
+    }
     /// How many of them have written all that they would: those that hang are hanging now.
     int writtenCount() const { return static_cast<int>(records("*.written").size()); }
-    /// Whether none of them is alive. A killed process takes a moment: QTRY_VERIFY.
-    bool allGone() const;
+    /// Whether none of them runs any more (as far as the system tells); this process may not have noticed yet.
+    bool allGone() const
+    {
+        const QFileInfoList all = records("*.arguments");
+        return std::none_of(all.begin(), all.end(), [](const QFileInfo& info) {
+            const QByteArray state = TestFolder::read(QStringLiteral("/proc/%1/stat").arg(info.baseName()));
+            return !state.isEmpty() && !state.contains(") Z ");
+        });
+    }
 
 private:
-    QFileInfoList records(const char* pattern) const;
+    QFileInfoList records(const char* pattern) const
+    {
+        return QDir(mRecords.path(), QLatin1String(pattern), QDir::Time | QDir::Reversed, QDir::Files)
+            .entryInfoList();
+    }
 
-    QTemporaryDir mRecords;
+    // Beside the program: a test looks for what is left in the temporary location.
+    const QTemporaryDir mRecords{QCoreApplication::applicationDirPath() + QStringLiteral("/records-XXXXXX")};
     QList<QByteArray> mVariables;
 };

@@ -1,32 +1,60 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
-#include <QStringList>
+#include <QDir>
+#include <QSysInfo>
 #include <QTemporaryDir>
+
+/// A media source of the tests by its file name.
+inline QString media(QAnyStringView name)
+{
+    return qEnvironmentVariable("VXC_TEST_MEDIA") + u'/' + name.toString();
+}
 
 /// A folder of a test's own whose name has a blank, a quote (where the system allows one) and a non-ASCII
 /// letter. For as long as it lives, the temporary location is a folder inside.
 class TestFolder
 {
 public:
-    TestFolder();
-    ~TestFolder();
+    TestFolder() { useTemporary(QDir().mkpath(temporaryPath()) ? temporaryPath() : mBefore); }
+    ~TestFolder() { useTemporary(mBefore); }
     Q_DISABLE_COPY_MOVE(TestFolder)
 
-    QString path() const { return mRoot.path(); }
-    QString path(const QString& name) const { return mRoot.path() + u'/' + name; }
+    QString path(const QString& name = {}) const
+    {
+        return mRoot.path() + (name.isEmpty() ? name : u'/' + name);
+    }
     QString temporaryPath() const { return path(QStringLiteral("tmp")); }
 
     /// Writes a file of this folder and returns its path.
-    QString write(const QString& name, const QByteArray& content) const;
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write %s", qUtf8Printable(file.fileName()));
+        return file.fileName();
+    }
     /// The content of any file; null (not just empty) when there is none.
-    static QByteArray read(const QString& filePath);
-
-    /// Everything in the temporary location; empty after a well-behaved test.
-    QStringList leftovers() const;
+    static QByteArray read(const QString& filePath)
+    {
+        QFile file(filePath);
+        return file.open(QIODevice::ReadOnly) ? QByteArray("").append(file.readAll()) : QByteArray();
+    }
+    /// Everything in a folder inside, by default the temporary location, where a well-behaved test leaves nothing.
+    QStringList leftovers(const QString& name = QStringLiteral("tmp")) const
+    {
+        return QDir(path(name))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
 
 private:
-    QTemporaryDir mRoot;
-    QByteArray mPreviousTemporary;
+    static void useTemporary(const QString& path)
+    {
+        for (const char* variable : {"TMPDIR", "TMP"}) // of Unix, of Windows
+            qputenv(variable, QFile::encodeName(path));
+    }
+
+    const QString mBefore = QDir::tempPath();
+    const QString mQuote =
+        QSysInfo::kernelType() == QLatin1String("winnt") ? QString() : QStringLiteral("\"");
+    const QTemporaryDir mRoot{mBefore + QStringLiteral("/vx ") + mQuote + QStringLiteral("t\u00e9st-XXXXXX")};
 };

@@ -1,170 +1,103 @@
-// Stands in for cJpeg, pngquant and ffmpeg. It finds its source and its output by their command lines and
-// does what the environment says, in this order:
-//
-// - FAKE_RECORD=folder: writes its arguments, the program first, one a line, to <pid>.arguments there.
-// - FAKE_DELAY_MS=n: sleeps before it writes.
-// - FAKE_PROGRESS=script: writes the file behind "-progress". The script's pieces are separated by "|"; "\n"
-//   in them is a line end, and a piece "@n" is a pause of n ms.
-// - "-n" among the arguments: exits with 1 when the output exists.
-// - FAKE_OUTPUT=size: "none" for no output, "empty", "half" of the source's size (the default), or a signed
-//   number of bytes on top of the source's size, such as "-10", "+0", "+1". Exits with 1 where it cannot
-//   write.
-// - FAKE_STDERR_MB=n: writes n MB to standard error and to standard output.
-// - FAKE_RECORD: writes the empty file <pid>.written.
-// - FAKE_END=exit, crash or hang: how it ends.
-// - FAKE_EXIT=n: with which exit code.
+// Stands in for cJpeg, pngquant and ffmpeg, under each of their names. The environment says what it does:
+// - FAKE_RECORD=folder: writes its program and arguments, one a line, to <pid>.arguments there.
+// - FAKE_DELAY_MS=n: sleeps.
+// - FAKE_PROGRESS=text: writes the file behind "-progress", with a pause of n ms for each "|n|" in the text.
+// - FAKE_OUTPUT=size: writes its output: "none" at all, "empty", "half" of the source's size (the default), a
+//   signed number of bytes on top of the source's size, or a copy of the file whose path it is, less the suffix
+//   of the result's kind; exits with 1 where it cannot. Then writes <pid>.written.
+// - FAKE_END=exit, crash, or hang until there is an "open" beside its records; FAKE_EXIT=code.
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
-#ifdef _WIN32
-#include <process.h>
-#else
-#include <sys/resource.h>
-#include <unistd.h>
-#endif
-
 namespace fs = std::filesystem;
-using Arguments = std::vector<std::string>;
+using namespace std::chrono_literals;
 
-namespace {
+static std::vector<std::string> words; // the program and its arguments
 
-// A forgotten encoder ends by itself.
-constexpr std::chrono::seconds kLongestHang{120};
-
-std::string setting(const char* name, const char* otherwise = "")
+static std::string setting(const char* name, const char* otherwise = "")
 {
-    const char* value = std::getenv(name);
-    return value && *value ? value : otherwise;
+    const char* const value = std::getenv(name);
+    return value ? value : otherwise;
 }
 
-void sleepMs(const std::string& milliseconds)
+// Under another name first: whoever finds the file finds it whole.
+static void record(const char* suffix)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(milliseconds)));
+    const std::string file = setting("FAKE_RECORD") + '/' + std::to_string(getpid()) + suffix;
+    std::ofstream draft(file + ".draft", std::ios::binary);
+    for (const std::string& word : words)
+        draft << word << '\n';
+    draft.close();
+    fs::rename(file + ".draft", file);
 }
 
-int processId()
+static std::string behind(const char* option)
 {
-#ifdef _WIN32
-    return _getpid();
-#else
-    return getpid();
-#endif
+    const auto found = std::ranges::find(words, option);
+    return words.end() - found > 1 ? found[1] : std::string();
 }
 
-// Written under another name first: whoever finds the file finds it whole.
-void record(const char* suffix, const Arguments& lines)
+static bool writeOutput(const std::string& size)
 {
-    if (setting("FAKE_RECORD").empty())
-        return;
-    const fs::path file = fs::path(setting("FAKE_RECORD")) / (std::to_string(processId()) + suffix);
-    const fs::path draft = file.string() + ".draft";
-    std::ofstream stream(draft, std::ios::binary);
-    for (const std::string& line : lines)
-        stream << line << '\n';
-    stream.close();
-    fs::rename(draft, file);
-}
-
-std::string behind(const Arguments& arguments, const char* option)
-{
-    const auto found = std::ranges::find(arguments, option);
-    return arguments.end() - found > 1 ? found[1] : std::string();
-}
-
-struct Job
-{
-    std::string source;
-    std::string output;
-    std::string progress;
-};
-
-Job readCommandLine(const Arguments& arguments)
-{
-    const std::string tool = fs::path(arguments[0]).stem().string();
-    if (arguments.size() < 3)
-        return {};
-    if (tool == "cJpeg")
-        return {arguments.back(), behind(arguments, "-outfile"), {}};
-    if (tool == "pngquant")
-        return {arguments[arguments.size() - 3], behind(arguments, "-o"), {}};
-    Job job{behind(arguments, "-i"), arguments.back(), behind(arguments, "-progress")};
-    if (!job.progress.empty() && arguments.size() > 3)
-        job.output = arguments[arguments.size() - 3];
-    return job;
-}
-
-void writeProgress(const std::string& path, const std::string& script)
-{
-    if (path.empty() || script.empty())
-        return;
-    std::ofstream file(path, std::ios::binary);
-    std::istringstream pieces(script);
-    for (std::string piece; std::getline(pieces, piece, '|');) {
-        if (piece.starts_with('@')) {
-            sleepMs(piece.substr(1));
-            continue;
-        }
-        for (size_t at; (at = piece.find("\\n")) != std::string::npos;)
-            piece.replace(at, 2, 1, '\n');
-        file << piece << std::flush;
-    }
-}
-
-bool writeOutput(const Job& job, const std::string& size)
-{
-    if (size == "none" || job.output.empty())
+    if (size == "none" || words.size() < 4)
         return true;
-    std::error_code error;
-    const auto found = fs::file_size(job.source, error);
-    const long long sourceBytes = error ? 0 : static_cast<long long>(found);
-    const long long bytes = size == "empty"  ? 0
-                            : size == "half" ? sourceBytes / 2
-                                             : sourceBytes + std::stoll(size);
-    std::ofstream file(job.output, std::ios::binary);
-    file << std::string(static_cast<size_t>(bytes), 'x');
+    const std::string tool = fs::path(words[0]).stem().string();
+    // pngquant's source and ffmpeg's output have an option and a path behind them, or nothing.
+    const bool isLast = tool == "cJpeg" || (tool == "ffmpeg" && behind("-progress").empty());
+    const std::string last = words[words.size() - (isLast ? 1 : 3)];
+    const std::string source = tool == "ffmpeg" ? behind("-i") : last;
+    const std::string output = tool == "cJpeg"      ? behind("-outfile")
+                               : tool == "pngquant" ? behind("-o")
+                                                    : last;
+    if (size.starts_with('/')) {
+        const std::string result = size + (tool == "cJpeg" ? ".jpg" : fs::path(output).extension().string());
+        std::error_code error;
+        return fs::copy_file(fs::exists(result) ? result : source, output,
+                             fs::copy_options::overwrite_existing, error);
+    }
+    const size_t whole = fs::exists(source) ? fs::file_size(source) : 0;
+    std::ofstream file(output, std::ios::binary);
+    file << std::string(size == "empty" ? 0 : size == "half" ? whole / 2 : whole + std::stoi(size), 'x');
     file.close();
     return !file.fail();
 }
 
-[[noreturn]] void crash()
+static void writeProgress()
 {
-#ifndef _WIN32
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-#endif
-    std::abort();
+    std::ofstream file(behind("-progress"), std::ios::binary);
+    std::istringstream pieces(setting("FAKE_PROGRESS"));
+    std::string piece;
+    for (bool isPause = false; std::getline(pieces, piece, '|'); isPause = !isPause) {
+        if (isPause)
+            std::this_thread::sleep_for(std::stoi(piece) * 1ms);
+        else
+            file << piece << std::flush;
+    }
 }
-
-} // namespace
 
 int main(int argc, char** argv)
 {
-    const Arguments arguments(argv, argv + argc);
-    const Job job = readCommandLine(arguments);
-    record(".arguments", arguments);
-    sleepMs(setting("FAKE_DELAY_MS", "0"));
-    writeProgress(job.progress, setting("FAKE_PROGRESS"));
-    const bool refused = std::ranges::count(arguments, "-n") > 0 && fs::exists(job.output);
-    if (refused || !writeOutput(job, setting("FAKE_OUTPUT", "half")))
+    words.assign(argv, argv + argc);
+    record(".arguments");
+    std::this_thread::sleep_for(std::stoi(setting("FAKE_DELAY_MS", "0")) * 1ms);
+    if (!behind("-progress").empty() && std::getenv("FAKE_PROGRESS"))
+        writeProgress();
+    if (!writeOutput(setting("FAKE_OUTPUT", "half")))
         return EXIT_FAILURE;
-    const std::string flood(std::stoul(setting("FAKE_STDERR_MB", "0")) << 20, '!');
-    std::cerr << flood;
-    std::cout << flood;
-    record(".written", {});
-
-    const std::string end = setting("FAKE_END", "exit");
-    if (end == "crash")
-        crash();
-    if (end == "hang")
-        std::this_thread::sleep_for(kLongestHang);
+    record(".written");
+    if (setting("FAKE_END") == "crash")
+        return std::raise(SIGTERM); // which leaves no core
+    // A forgotten one ends by itself.
+    for (int i = 0;
+         setting("FAKE_END") == "hang" && i < 60000 && !fs::exists(setting("FAKE_RECORD") + "/open"); ++i)
+        std::this_thread::sleep_for(2ms);
     return std::stoi(setting("FAKE_EXIT", "0"));
 }

@@ -1,0 +1,156 @@
+"""However a run ends, nothing outlives it and nothing half done is to be seen. The encoders are fakes."""
+import os
+import shutil
+import signal
+import tempfile
+
+from host import FAKE, Place, ffmpeg, main, wait_until
+
+# source and output
+KINDS = [("photo.png", "out.jpg"), ("photo.png", "out.png"), ("photo.png", "out.webp"), ("film.mov", "out.mp4")]
+ENCODER_FAULTS = [{"FAKE_OUTPUT": "none"}, {"FAKE_OUTPUT": "empty"}, {"FAKE_END": "crash"}, {"FAKE_EXIT": "3"}]
+INTERRUPTS = [[signal.SIGINT], [signal.SIGINT] * 2, [signal.SIGTERM], [signal.SIGHUP], [signal.SIGQUIT], [signal.SIGXFSZ]]
+
+
+class Faults(Place):
+    def setUp(self):
+        super().setUp()
+        self.picture("photo.png", "64x64")
+        self.film("film.mov", 1)
+        for _, name in KINDS:
+            self.write(name, b"old")
+        self.before = self.contents()
+        self.source = self.read("photo.png")
+        # What an encoder makes that does its work.
+        results = tempfile.TemporaryDirectory()
+        self.addCleanup(results.cleanup)
+        self.result = os.path.join(results.name, "result")
+        for suffix in ("jpg", "png", "webp"):
+            self.picture(f"{self.result}.{suffix}", "8x8")
+        ffmpeg("-i", os.path.join(self.path, "film.mov"), "-crf", "51", f"{self.result}.mp4")
+
+    def fake(self, *arguments, env={}, **conditions):
+        return self.start(*arguments, bin=FAKE, env={"FAKE_OUTPUT": self.result, **env}, **conditions)
+
+    def working(self, *arguments):
+        """A run whose encoder has written what it would, and hangs."""
+        before = self.encoders()
+        run = self.fake(*arguments, env={"FAKE_END": "hang"})
+        wait_until(lambda: self.encoders() == before + 1, "the encoder is at work")
+        return run
+
+    def test_encoder_fails(self):
+        for env in ENCODER_FAULTS:
+            for source, output in KINDS:
+                for arguments in ((source, output, "-f"), (source, "--in-place")):
+                    with self.subTest(f"{env} {arguments}"):
+                        run = self.fake(*arguments, env=env).end()
+                        self.assertEqual((run.status, run.out), (1, ""), run.err)
+                        self.assertEqual(run.err.count("\n"), 1, run.err)
+                        self.assertIn("encoder", run.err)
+                        self.assertEqual(self.contents(), self.before)
+
+    def test_interrupted(self):
+        for source, output in KINDS:
+            for numbers in INTERRUPTS:
+                with self.subTest(f"{output} {numbers}"):
+                    run = self.working(source, output, "-f")
+                    for number in numbers:
+                        run.process.send_signal(number)
+                    run.end()
+                    self.assertEqual((run.status, run.out), (128 + numbers[0], ""))
+                    self.assertEqual(self.contents(), self.before)
+                    wait_until(lambda: not self.alive(), "no encoder is left")
+
+    def test_interrupt_that_the_encoder_gets_too(self):
+        # The encoder ends well of itself, just when the interrupt comes; the program sees both at once.
+        run = self.fake("photo.png", "out.webp", "-f", env={"FAKE_DELAY_MS": "300"})
+        wait_until(lambda: os.listdir(self.records), "the encoder runs")
+        run.process.send_signal(signal.SIGSTOP)
+        run.process.send_signal(signal.SIGINT)
+        wait_until(lambda: self.encoders() == 1 and not self.alive(), "the encoder has ended")
+        run.process.send_signal(signal.SIGCONT)
+        self.assertEqual(run.end().status, 128 + signal.SIGINT)
+        self.assertEqual(self.contents(), self.before)
+
+    def test_not_interrupted(self):
+        run = self.fake("photo.png", "out.webp", "-f", env={"FAKE_DELAY_MS": "200"}, ignored=signal.SIGHUP)
+        wait_until(lambda: os.listdir(self.records), "the encoder runs")
+        run.process.send_signal(signal.SIGHUP)
+        self.assertEqual(run.end().status, 0)
+        # Nobody reads: the job goes on, and its status is that of the job.
+        reader, writer = os.pipe()
+        os.close(reader)
+        run = self.fake("photo.png", "out.png", "-f", stdout=writer).end()
+        os.close(writer)
+        self.assertEqual(run.status, 0, run.err)
+        self.assertNotEqual(self.read("out.png"), b"old")
+
+    def test_changed_meanwhile(self):
+        for change, output, said in (
+                (lambda: self.write("photo.png", b"another"), "out.webp", "was changed"),
+                (lambda: shutil.rmtree(self.at("folder")), "folder/new.webp", "its folder is gone"),
+                (lambda: self.write("folder/new.webp", b"somebody's"), "folder/new.webp", "exist")):
+            os.makedirs(self.at("folder"), exist_ok=True)
+            self.write("photo.png", self.source)
+            started = len(os.listdir(self.records))
+            run = self.fake("photo.png", output, *["-f"] * (output == "out.webp"), env={"FAKE_DELAY_MS": "500"})
+            wait_until(lambda: len(os.listdir(self.records)) > started, "the encoder runs")
+            change()
+            self.assertEqual(run.end().status, 1, run.err)
+            self.assertIn(said, run.err)
+            self.assertEqual(self.read("out.webp"), b"old")
+        self.assertEqual(self.read("folder/new.webp"), b"somebody's")
+
+    def test_leftovers(self):
+        def folders(where=None):
+            return [os.fsencode(name) for name in os.listdir(where or self.at("")) if b"vxcompress-" in os.fsencode(name)]
+
+        run = self.working("photo.png", "out.png", "-f")
+        run.process.kill()
+        run.end()
+        wait_until(lambda: not self.alive(), "the encoder ends with the program")
+        self.assertEqual(self.read("out.png"), b"old")
+        left = folders()[0]
+        self.assertEqual(len(folders(self.temporary)), 1)
+        # Not ours: by its content, by what is in it beside, by a link, because it lives.
+        foreign = [b".vxcompress-photos", b".vxcompress-QWERTY", b".vxcompress-linked"]
+        self.write(foreign[0] + b"/dear.jpg", b"dear")
+        shutil.copytree(self.at(left), self.at(foreign[1]))
+        self.write(foreign[1] + b"/dear.jpg", b"dear")
+        os.symlink(self.at(foreign[0]), self.at(foreign[2]))
+        os.makedirs(os.path.join(self.temporary, "vxcompress-photos"))
+        living = self.working("photo.png", "out.jpg", "-f")
+        lives = set(folders()) - {left, *foreign}
+        self.assertEqual(len(lives), 0 if left in lives else 1)
+        self.fake("photo.png", "out.webp", "-f").end()
+        self.assertEqual(set(folders()), {*foreign, *lives})
+        self.assertEqual(self.read(foreign[1] + b"/dear.jpg"), b"dear")
+        living.process.send_signal(signal.SIGTERM)
+        living.end()
+        self.assertEqual(os.listdir(self.temporary), ["vxcompress-photos"])
+        os.rmdir(os.path.join(self.temporary, "vxcompress-photos"))
+        for name in foreign:
+            os.remove(self.at(name)) if os.path.islink(self.at(name)) else shutil.rmtree(self.at(name))
+
+    def test_unusable_installation(self):
+        for what, status, said in (("missing", 3, "cJpeg is missing"), ("no program", 1, "cJpeg could not be started"),
+                                   ("no library", 3, "there is no")):
+            with tempfile.TemporaryDirectory(dir=FAKE) as bin:
+                for name in ["vxcompress"] + ["libVxCompressor.so"] * (what != "no library"):
+                    shutil.copy2(os.path.join(FAKE, name), bin)
+                if what == "no program":
+                    open(os.path.join(bin, "cJpeg"), "w").close()
+                run = self.start("photo.png", "out.jpg", "-f", bin=bin).end()
+                self.assertEqual(run.status, status, run.err)
+                self.assertIn(said, run.err)
+                self.assertEqual(self.contents(), self.before)
+
+    def test_progress_elsewhere_than_on_a_terminal(self):
+        told = "out_time_us=300000\nprogress=continue\nout_time_us=600000\nprogress=continue\nprogress=end\n"
+        run = self.fake("film.mov", "out.mp4", "-f", env={"FAKE_PROGRESS": told, "TERM": "xterm"}).end()
+        self.assertEqual((run.status, run.err), (0, ""))
+
+
+if __name__ == "__main__":
+    main()

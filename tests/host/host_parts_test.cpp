@@ -1,0 +1,92 @@
+#include <QTest>
+
+#include "host/Options.h"
+#include "host/report/PathText.h"
+#include "host/report/ResultText.h"
+#include "host/report/SizeText.h"
+#include "host/run/Slots.h"
+#include "host/system/NativePath.h"
+
+using namespace Qt::StringLiterals;
+
+/// What users' words mean, the figures that users read, and what is decided without a file.
+class HostPartsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aims();
+    void figures();
+    void names();
+    void room();
+};
+
+static QString aimOf(const QString& line)
+{
+    const auto result = parseOptions(line.split(u' '));
+    const auto* const options = std::get_if<Options>(&result);
+    if (!options)
+        return u"none"_s;
+    if (options->size)
+        return u"%1B"_s.arg(options->size->bytesFor(100'000'000));
+    return QString::number(qualityFor(*options, *Formats::ofSuffix(NativePath::suffix(options->output))));
+}
+
+void HostPartsTest::aims()
+{
+    // Behind the aim the line that means it.
+    for (const char* row : {"75 a b.jpeg", "80 a b.png", "28 a b.mkv", "0 -q 0 a b.JPG", "7 -q+007 a b.jpg",
+                            "50000000B a b.mp4 --size 50%", "8000000B a b.mp4 --size=8MB",
+                            "1536B a b.jpg --size 1.5KiB", "none a b.jpg --size 101"})
+        QCOMPARE(aimOf(QString::fromLatin1(row)), QString::fromLatin1(row).section(u' ', 0, 0));
+}
+
+void HostPartsTest::figures()
+{
+    // Rounded up to the next digit, to the next unit.
+    QCOMPARE(sizeText(9996), u"10.0 kB"_s);
+    QCOMPARE(sizeText(999600), u"1.00 MB"_s);
+    QCOMPARE(savingText(1000, 337), u"saved 66.3 %"_s);
+    QCOMPARE(savingText(1000, 1120), u"12.0 % larger"_s);
+    // Too early to tell, then nothing to divide by, then a film of unknown length.
+    QCOMPARE(progressText(0.5, 999, 60000), u"50 %"_s);
+    QCOMPARE(progressText(0.0, 9000, 60000), u"0 %"_s);
+    QCOMPARE(progressText(0.25, 10000, 80000), u"25 %, 2.0x, 0:30 left"_s);
+    QCOMPARE(progressText(0.01, 60000, 0), u"1 %, 1:39:00 left"_s);
+}
+
+void HostPartsTest::names()
+{
+#ifndef Q_OS_WIN
+    // Any bytes there and back: a letter cut short, and a surrogate, which UTF-8 has not.
+    for (const QByteArray name :
+         {"plain \xc3\xa9 \xf0\x9f\x8e\x9e", "\xc3", "a\xed\xb2\x80z", "\xff\xfe\x80"}) {
+        QCOMPARE(NativePath::toBytes(NativePath::fromBytes(name)), name);
+        QCOMPARE(NativePath::isPlain(NativePath::fromBytes(name)), name.startsWith("plain"));
+    }
+    QCOMPARE(shown(NativePath::fromBytes("a\xff\n\u202e")), u"a\\xff\\n\\u{202e}"_s);
+#endif
+    QCOMPARE(shellWord(u"it's"_s), u"'it'\\''s'"_s);
+    QCOMPARE(shellWord(u"a\n'"_s), u"$'a\\n\\''"_s);
+    QCOMPARE(cutTo(u"\u4e2d\u6587\u4e2d\u6587\u4e2d"_s, 9), u"\u4e2d\u6587\u4e2d..."_s);
+    QCOMPARE(cutFrontTo(u"folder/name.mov"_s, 11), u"...name.mov"_s);
+}
+
+void HostPartsTest::room()
+{
+    // cores, films side by side, pictures that may pass a waiting film
+    const int rows[][3] = {{1, 1, 0}, {2, 2, 0}, {4, 2, 0}, {8, 2, 2}, {12, 3, 0}, {64, 2, 20}};
+    for (const auto& [cores, films, passing] : rows) {
+        Slots room(cores, 0);
+        int begun = 0;
+        for (; room.hasRoomFor(true); ++begun)
+            room.take(true);
+        int passed = 0;
+        for (; room.mayOvertake(); ++passed)
+            room.take(false);
+        QCOMPARE(qMakePair(begun, passed), qMakePair(films, passing));
+    }
+}
+
+QTEST_APPLESS_MAIN(HostPartsTest)
+#include "host_parts_test.moc"

@@ -1,0 +1,127 @@
+"""Command lines of one file and what comes of them, with the real encoders."""
+import os
+
+from host import Place, ffmpeg, main
+
+# line, status, what standard error says
+REFUSED = [
+    ("missing.jpg out.jpg", 2, "no file missing.jpg"),
+    ("folder out.jpg", 2, "not a regular file"),
+    ("pipe out.jpg", 2, "not a regular file"),
+    ("empty.jpg out.jpg", 2, "is empty"),
+    ("photo.png old.jpg", 2, "--force"),
+    ("photo.png folder.jpg --force", 2, "not a regular file"),
+    ("photo.png missing/out.jpg", 2, "no folder missing"),
+    ("photo.png linked.jpg --force", 2, "--break-links"),
+    ("photo.png " + "n" * 252 + ".jpg", 2, "too long"),
+    ("photo.png", 2, "one input and one output"),
+    ("photo.png old.jpg old.png", 2, "where do the results go"),
+    ("photo.png out.jpg --fast", 2, "fast"),
+    ("photo.png out", 2, "needs a suffix"),
+    # Names under which ffmpeg would write raw H.264 into a picture.
+    ("scan.tiff scan.tiff --force", 2, "jpg, jpeg, png, webp; mp4"),
+    ("film.mp4 out.webm --container", 2, "webm cannot be written"),
+    ("film.mp4 out.ogv", 2, "ogv cannot be written"),
+    ("photo.png out.jpg -q 101", 2, "0 to 100"),
+    ("film.mp4 out.mp4 -q 52", 2, "0 to 51"),
+    ("photo.png out.webp -q 7.5", 2, '"7.5"'),
+    ("film.mp4 out.mp4 --size 0", 2, "1 to 100"),
+    ("film.mp4 out.mp4 --size 50 -q 20", 2, "not both"),
+    ("film.mp4 out.mp4 --scale 3", 2, "1, 2, 4"),
+    ("photo.png --in-place -o out", 2, "not both"),
+    ("bad.jpg old.jpg -f", 2, "neither a picture nor a film"),
+    ("cut.jpg old.webp -f", 1, "is cut"),
+    ("bad.mp4 out.mp4 --quiet", 2, "bad.mp4"),
+    ("film.mp4 slow.mp4 --timeout 1 --scale 1 -q 0", 1, "--timeout"),
+]
+
+
+class Lines(Place):
+    def test_refused(self):
+        for name in ("photo.png", "scan.tiff", "linked.png"):
+            self.picture(name)
+        self.film("film.mp4", 20, "640x360")
+        self.write("bad.jpg", b"no picture at all")
+        self.write("bad.mp4", b"no film at all")
+        self.picture("cut.jpg")
+        self.write("cut.jpg", self.read("cut.jpg")[:-100])
+        for name in ("old.jpg", "old.png", "old.webp", "linked.jpg"):
+            self.write(name, b"old")
+        self.write("empty.jpg", b"")
+        os.link(self.at("linked.jpg"), self.at("other name.jpg"))
+        os.mkfifo(self.at("pipe"))
+        for name in ("folder", "folder.jpg"):
+            os.mkdir(self.at(name))
+        before = self.contents()
+        # No room for the smallest of the results.
+        full = [(f"photo.png old.{kind} -f", 1, "photo.png", {"limit": 4000}) for kind in ("jpg", "png", "webp")]
+        nowhere = [("photo.png out.jpg", 2, "no temporary folder", {"env": {"TMPDIR": "gone"}})]
+        for line, status, said, *conditions in REFUSED + full + nowhere:
+            with self.subTest(line):
+                run = self.run_host(*line.split(" "), status=status, **conditions[0] if conditions else {})
+                self.assertIn(said, run.err)
+                self.assertEqual((run.err.count("\n"), run.out), (1, ""))
+                self.assertEqual(self.contents(), before)
+
+    def test_delivered(self):
+        # source, what follows it, the result
+        rows = [
+            ("drawing.png", "small.png", "small.png"), ("photo.jpg", "small.webp", "small.webp"),
+            ("-f.jpg", "-q.jpg", "-q.jpg"), ("photo.jpg", "./photo.jpg --force", "photo.jpg"),
+            ("drawing.png", "--in-place", "drawing.png"), ("photo.webp", "--in-place -q 20", "photo.webp"),
+            ("film.mov", "small.mkv --scale 2", "small.mkv"), ("film.mov", "half.mp4 --size 50%", "half.mp4"),
+            ("photo.jpg", "--suffix=-small --format webp", "photo-small.webp"),
+        ]
+        for source, rest, made in rows:
+            with self.subTest(f"{source} {rest}"):
+                self.film(source) if source.endswith("mov") else self.picture(source)
+                os.chmod(self.at(source), 0o640)
+                os.utime(self.at(source), (1000000000, 1000000000))
+                before = self.read(source)
+                run = self.run_host(*rest.split(" "), "--", source) if "--" in rest.split(" ")[0] else \
+                    self.run_host("--", source, rest) if rest[0] == "-" else self.run_host(source, *rest.split(" "))
+                self.assertIn("saved ", run.out)
+                self.assertEqual(run.err, "")
+                ffmpeg("-xerror", "-i", os.fsdecode(self.at(made)), "-f", "null", "-")
+                info = os.stat(self.at(made))
+                self.assertLess(info.st_size, len(before))
+                self.assertEqual(info.st_mode & 0o777, 0o640)
+                # In place the dates stay.
+                self.assertEqual((info.st_mtime == 1000000000, self.read(source) == before), (made == source, made != source))
+                self.assertEqual(self.names(), sorted({source, made}))
+                for name in self.names():
+                    os.remove(self.at(name))
+
+    def test_what_would_grow(self):
+        self.picture("photo.jpg")
+        self.run_host("photo.jpg", "small.jpg", "-q", "20", "--quiet", "--keep-dates")
+        run = self.run_host("small.jpg", "same.jpg", "-q", "100", "-v")
+        self.assertIn("$ ", run.err, "the command")
+        self.assertIn("unchanged", run.out)
+        self.assertEqual(self.read("same.jpg"), self.read("small.jpg"))
+        # Of another kind there is no source to fall back on: a picture under its name, larger as it is.
+        ffmpeg("-f", "lavfi", "-i", "color=red:s=64x64", "-frames:v", "1", os.fsdecode(self.at("dot.png")))
+        self.assertIn("larger", self.run_host("dot.png", "dot.jpg").out)
+        self.assertEqual(self.read("dot.jpg")[:2], b"\xff\xd8")
+        self.assertIn("not delivered", self.run_host("dot.png", "dot2.jpg", "--min-savings", "1").out)
+        before = self.read("small.jpg")
+        self.run_host("small.jpg", "--in-place", "--min-savings", "99", "-q", "10")
+        self.assertEqual(self.read("small.jpg"), before)
+
+    def test_names_of_any_bytes(self):
+        self.picture("photo.jpg")
+        for folder in (b"", b"f\xff/"):
+            name = folder + b"\xe9 \n\x1b[31m.jpg"
+            self.write(name, self.read("photo.jpg"))
+            run = self.run_host(name, folder + b"out\xff.webp")
+            self.assertIn(r"\xe9 \n\x1b[31m.jpg", run.out)
+            self.assertEqual(self.read(folder + b"out\xff.webp")[:4], b"RIFF")
+
+    def test_answers(self):
+        for line, lines in (("--help", 24), ("--help-all", 100), ("photo.png --version -q 7", 1)):
+            out = self.run_host(*line.split(" ")).out.splitlines()
+            self.assertTrue(len(out) <= lines and max(map(len, out)) <= 80, out)
+
+
+if __name__ == "__main__":
+    main()

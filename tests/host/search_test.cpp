@@ -1,0 +1,151 @@
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cmath>
+
+#include "host/search/GoalSearch.h"
+#include "host/search/SizeSearch.h"
+#include "host/search/SsimSearch.h"
+#include "tests/support/TestFolder.h"
+
+using namespace Qt::StringLiterals;
+using Model = double (*)(double);
+
+/// Writes as many bytes as the model says, or a copy of a smaller source; hangs for none.
+struct FakeRun final : EncodeRun
+{
+    FakeRun(EncodeRequest request, Model bytes) : mRequest(std::move(request)), mBytes(bytes) {}
+    void start() override
+    {
+        const auto bytes = qint64(mBytes(mRequest.quality.toDouble()));
+        QVERIFY(QFile::copy(mRequest.inputPath, mRequest.outputPath));
+        QFile::resize(mRequest.outputPath, std::min(bytes, QFileInfo(mRequest.inputPath).size()));
+        if (bytes > 0)
+            emit ended(bytes == 98 ? 98 : 0, {});
+    }
+    void stop() override { emit ended(62097, {}); }
+
+    EncodeRequest mRequest;
+    Model mBytes;
+};
+
+class SearchTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // A size for pictures (s) and films of a million bytes (S), or a likeness for both (l, L); the model; the
+    // least and the largest size that may be found, -1 for nothing; in how many trials.
+    void settingsAreFound()
+    {
+        const QHash<QString, Model> models{
+            {u"jpeg"_s, [](double q) { return 20000 * std::exp(q < 80 ? q / 40 : 2 + (q - 80) / 8); }},
+            {u"stairs"_s, [](double q) { return 50000 + 10000 * std::floor(q / 20); }},
+            {u"over"_s, [](double percent) { return percent * 11500 + 30000; }},
+            {u"easy"_s, [](double percent) { return std::min(200000.0, 10000 * percent); }},
+            {u"rise"_s, [](double setting) { return 1000 + setting; }},
+            {u"fall"_s, [](double setting) { return 1000 - setting; }}};
+        const QString rows =
+            u"s 25000 jpeg 23750 25000 6|s 600kB jpeg 570000 600000 6|s 73.25KiB stairs 70000 70000 9|"
+            "s 10000 jpeg -1 -1 4|S 20% over 190000 200000 3|S 0.8MB over 760000 800000 3|"
+            "S 40% easy 200000 200000 2|L 0.9 fall 972 972 1|L 0.96 fall 982 984 5|"
+            "L 0.993 fall 999 999 5|L 0.999 fall -1 -1 5|l 0.95 rise 1077 1079 5"_s;
+        for (const QString& row : rows.split(u'|')) {
+            const QStringList words = row.split(u' ');
+            const qint64 goal = SizeGoal::parse(words[1]).value_or(SizeGoal::ofBytes(1)).bytesFor(1000000);
+            const bool isPicture = words[0] == words[0].toLower();
+            std::unique_ptr<SettingSearch> way(new PictureSizeSearch(goal, 75));
+            if (words[0] == u"S")
+                way.reset(new FilmSizeSearch(goal, 1000000));
+            else if (words[0] != u"s")
+                way.reset(new SsimSearch(words[1].toDouble(), isPicture ? 60 : 28,
+                                         isPicture ? QualityScale::picture() : QualityScale::film()));
+            QList<Trial> trials;
+            while (const auto setting = way->next(trials))
+                trials.append({*setting, qint64(models[words[2]](*setting)),
+                               0.995 - (isPicture ? 100 - *setting : *setting) * 0.0019});
+            const Trial best = trials[way->best(trials)];
+            const double found = way->fits(best) ? double(best.bytes) : -1;
+            QVERIFY2(found >= words[3].toDouble() && found <= words[4].toDouble() &&
+                         trials.size() <= words[5].toInt(),
+                     qPrintable(row));
+        }
+        for (const char* const wrong : {"0", "0%", "101%", "8 XB", "-5", "1e3", "5%%", ""})
+            QVERIFY2(!SizeGoal::parse(QString::fromLatin1(wrong)), wrong);
+    }
+
+    void resultsAreKeptOrRemoved()
+    {
+        const std::tuple<Model, bool, GoalOutcome::Kind> rows[] = {
+            {[](double q) { return 10 * q; }, true, GoalOutcome::Met},
+            {[](double q) { return q > 60 ? 98 : 8 * q; }, true, GoalOutcome::Met},
+            {[](double) { return 5000.0; }, true, GoalOutcome::NotMet},
+            {[](double) { return 5000.0; }, false, GoalOutcome::RunFailed},
+            {[](double q) { return q > 70 ? 900.0 : 0.0; }, true, GoalOutcome::Stopped}};
+        for (const auto& [bytes, copyCounts, kind] : rows) {
+            const TestFolder folder;
+            const GoalWish wish{folder.write(u"source.jpg"_s, QByteArray(1000, 's')),
+                                u"jpg"_s,
+                                {},
+                                false,
+                                75,
+                                copyCounts,
+                                SizeGoal::parse(u"500"_s),
+                                {}};
+            int names = 0;
+            GoalSearch search(
+                wish,
+                [model = bytes](const auto& request) { return std::make_unique<FakeRun>(request, model); },
+                [&](const QString&) { return folder.path(u"tmp/%1.jpg"_s.arg(++names)); });
+            QSignalSpy ends(&search, &GoalSearch::ended);
+            search.start();
+            QTRY_VERIFY(kind == GoalOutcome::Stopped ? names == 2 : ends.size() == 1);
+            search.stop();
+            QTest::qWait(10);
+            QCOMPARE(ends.size(), 1);
+            QCOMPARE(ends[0][0].value<GoalOutcome>().kind, kind);
+            QCOMPARE(folder.leftovers().size(), kind == GoalOutcome::Met ? 1 : 0);
+            const qint64 kept = QFileInfo(ends[0][0].value<GoalOutcome>().path).size();
+            QVERIFY(kind != GoalOutcome::Met || (kept >= 475 && kept <= 500));
+        }
+    }
+
+    // Film or picture, the containers of source and result, the options that make each; the least and highest
+    // likeness.
+    void likenessIsMeasured()
+    {
+        const QTemporaryDir folder;
+        const QString film =
+            u"-f lavfi -i life=s=96x64:seed=3:mold=10 -f lavfi -i sine -t 1 -qp 0 -pix_fmt yuv420p "_s;
+        const QString picture = u"-f lavfi -i testsrc2=s=64x64 -frames:v 1 -vf format=rgba,"_s;
+        const QString rows =
+            u"f|mp4|mp4||-c copy|1|1;f|mp4|mp4||-crf 51|0|0.8;f|mp4|avi||-crf 10 -vf scale=48:32|0.9|1;"
+            "f|mp4|mkv|-metadata:s:v rotate=90|-crf 10|0.9|0.9999;"
+            "f|mp4|mp4|-vf setpts=PTS+0.5/TB|-crf 10|0.9|1;"
+            "f|mkv|mov|-vf select=mod(n\\,5) -fps_mode vfr|-crf 10|0.9|1;"
+            "p|png|png|crop=5:3|-c copy|1|1;p|png|png|colorchannelmixer=aa=0|-vf lutrgb=r=0|1|1;"
+            "p|png|png|colorchannelmixer=aa=0.5|-vf colorchannelmixer=aa=0.2|0|0.9"_s;
+        for (const QString& row : rows.split(u';')) {
+            const QStringList words = row.split(u'|');
+            const bool isFilm = words[0] == u"f";
+            const QString source = folder.filePath(u"source."_s + words[1]),
+                          result = folder.filePath(u"result."_s + words[2]);
+            for (const QString& line : {(isFilm ? film : picture) + words[3] + u' ' + source,
+                                        u"-i "_s + source + u' ' + words[4] + u' ' + result})
+                QCOMPARE(QProcess::execute(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s,
+                                           (u"-v error -y "_s + line).split(u' ', Qt::SkipEmptyParts)),
+                         0);
+            SsimProbe probe;
+            QSignalSpy ended(&probe, &SsimProbe::ended);
+            probe.start(result, source, isFilm ? SsimProbe::Kind::Film : SsimProbe::Kind::Picture);
+            QVERIFY(ended.wait(60000));
+            const double ssim = ended[0][0].toDouble();
+            QVERIFY2(ssim >= words[5].toDouble() && ssim <= words[6].toDouble(),
+                     qPrintable(row + QString::number(ssim)));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(SearchTest)
+#include "search_test.moc"

@@ -1,0 +1,134 @@
+#include "tests/support/TaskTest.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QThread>
+
+#include "compressor/CompressorEntry.h"
+
+using namespace Qt::StringLiterals;
+
+static QtMessageHandler others = nullptr;
+
+const QByteArray TaskTest::kSource =
+    "YUV4MPEG2 W8 H8 F25:1 Ip A1:1 C420jpeg\n" + ("FRAME\n" + QByteArray(8 * 8 * 3 / 2, 'g')).repeated(50);
+const QByteArray TaskTest::kResult(kSource.size() / 2, 'x');
+const QByteArray TaskTest::kOld("the file of before");
+
+const Kind kKinds[KindCount] = {
+    {"jpg", "jpg", "cJpeg", false},
+    {"png", "png", "pngquant", false},
+    {"webp", "webp", "ffmpeg", true},
+    {"film", "mp4", "ffmpeg", true, true},
+    {"size", "mp4", "ffmpeg", true, true, true},
+    {"sample", "mp4", "ffmpeg", true, true, false, true},
+};
+
+Finish Kind::told(int code) const
+{
+    const QString failure = !isFilm                        ? u"fail"_s
+                            : code == FinishCode::kRefused ? u" Check the parameters please "_s
+                            : code == FinishCode::kStopped ? u"Process Abort"_s
+                                                           : u"Unknown mistake"_s;
+    return {code, !isDirect ? QString() : code == 0 ? u"successful"_s : failure};
+}
+
+TaskProbe::TaskProbe(const Kind& kind, const QString& input, const QString& output, const QVariant& quality)
+    : task(CompressorEntry()->createTask({{u"inputPath"_s, input},
+                                          {u"outputPath"_s, output},
+                                          {u"quality"_s, quality},
+                                          {u"isPercentage"_s, kind.isPercentage},
+                                          {u"scale"_s, u"1"_s}})),
+      mKind(kind)
+{
+    // By name, as a host does that sees no meta-object of the library.
+    connect(task.data(), SIGNAL(compressFinished(int, QString)), SLOT(onCompressFinished(int, QString)));
+    connect(task.data(), SIGNAL(compressProcess(float)), SLOT(onCompressProcess(float)));
+}
+
+bool TaskProbe::ends(qsizetype count)
+{
+    // Where one end never comes, others will not either.
+    static int limitMs = 30000;
+    if (!QTest::qWaitFor([this, count] { return finishes.size() >= count; }, limitMs))
+        limitMs = 1000;
+    QCoreApplication::processEvents();
+    return finishes.size() == count && mReactionMs < 400;
+}
+
+void TaskProbe::onCompressFinished(int finishedCode, const QString& errorDescription)
+{
+    finishes.append({finishedCode, errorDescription});
+    progressAtFinish = progress.size();
+    QElapsedTimer timer;
+    timer.start();
+    if (const auto reaction = std::exchange(onFinish, {}))
+        reaction();
+    mReactionMs = timer.elapsed();
+}
+
+void TaskTest::eachKind(const QList<const char*>& cases, int first, int last)
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QByteArray>("testCase");
+    for (int kind = first; kind <= last; ++kind) {
+        for (const char* name : cases) {
+            if (kKinds[kind].isFilm || !strstr(name, "film"))
+                QTest::addRow("%s: %s", kKinds[kind].name, name) << kind << QByteArray(name);
+        }
+    }
+}
+
+void TaskTest::eachKindOf(const char* table)
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QStringList>("cells");
+    for (const QStringList& row : rowsOf(table)) {
+        for (int kind = 0; kind < KindCount; ++kind) {
+            const QStringList kinds = row[1].split(u' ');
+            if (kinds.contains(u"all") || kinds.contains(QLatin1String(kKinds[kind].name)) ||
+                (kKinds[kind].isFilm && kinds.contains(u"films")))
+                QTest::addRow("%s: %s", kKinds[kind].name, qUtf8Printable(row[0])) << kind << row;
+        }
+    }
+}
+
+const Kind& TaskTest::kind()
+{
+    QFETCH(const int, kind);
+    return kKinds[kind];
+}
+
+QByteArray TaskTest::testCase()
+{
+    QFETCH(QByteArray, testCase);
+    return testCase;
+}
+
+void TaskTest::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    debugLines.clear();
+    others =
+        qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& line) {
+            if (type != QtDebugMsg)
+                others(type, context, line);
+            else if (QThread::currentThread() == qApp->thread())
+                debugLines.append(line);
+        });
+    folder.emplace();
+    fake.emplace();
+    for (const Kind& kind : kKinds)
+        folder->write(u"a source."_s + QLatin1String(kind.suffix), kSource);
+}
+
+void TaskTest::cleanup()
+{
+    QTRY_VERIFY2(fake->allGone(), "an encoder outlived its task");
+    QTRY_COMPARE(folder->leftovers(), QStringList());
+    for (const QString& file : folder->leftovers(QString()).filter(u"a source"_s))
+        QVERIFY2(TestFolder::read(folder->path(file)) == kSource, qPrintable(file));
+    fake.reset();
+    folder.reset();
+    qInstallMessageHandler(others);
+}

@@ -1,0 +1,109 @@
+// A handful of runs with the real encoders and real media.
+#include <QProcess>
+
+#include "demux/FFDemuxer.h"
+#include "demux/MediaDescription.h"
+#include "tests/support/TaskTest.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// A source and its output.
+const char kPictures[] = R"(
+jpg from jpg | photo.jpg | o.jpg
+jpg from png | photo.png | o.jpeg
+png          | photo.png | o.png
+webp         | photo.png | o.webp
+)";
+
+// The way to run it, a source and its container, and the streams, sizes and seconds of the result; none of a failure.
+const char kFilms[] = R"(
+odd sides, four full planes  | film   | odd-481x719.mp4  | mkv | va 484x720 3 s
+turned twice or not at all   | film   | rotate-90.mp4    | mp4 | va 240x320 4 s
+the cover is encoded         | film   | cover-before.mp4 | mp4 | va 320x240 6 s
+subtitles are lost           | film   | subs-one.mkv     | mp4 | vas 320x240 4 s
+no known duration            | film   | live.mkv         | avi | va 320x240 4 s
+no picture                   | film   | sound-only.m4a   | mov | a 4 s
+garbage                      | film   | garbage.mp4      | mp4 |
+one of two sounds            | size   | two-audio.mkv    | mkv | vaa 320x240 4 s
+a sample is scaled           | sample | sar-4-3.mp4      | mp4 | v 1440x1080 3 s
+)";
+
+// Decodes it whole.
+bool canBeDecoded(const QString& file)
+{
+    const QStringList arguments{u"-v"_s, u"quiet"_s, u"-xerror"_s, u"-i"_s, file, u"-f"_s, u"null"_s, u"-"_s};
+    return QProcess::execute(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s, arguments) == 0;
+}
+
+} // namespace
+
+class RealEncodersTest : public TaskTest
+{
+    Q_OBJECT
+
+private slots:
+    // The quality counts: less of it makes a smaller file.
+    void pictures_data() { addRows(kPictures); }
+    void pictures()
+    {
+        const QString output = folder->path(cells()[2]);
+        qint64 size = QFileInfo(media(cells()[1])).size();
+        for (const int quality : {85, 20}) {
+            TaskProbe probe(kKinds[Jpg], media(cells()[1]), output, quality);
+            QVERIFY(probe.run());
+            QCOMPARE(probe.finish().first, 0);
+            const qint64 result = QFileInfo(output).size();
+            QVERIFY(0 < result && result < size && canBeDecoded(output));
+            size = result;
+        }
+    }
+
+    void pictureGrows()
+    {
+        for (const QString& name : {u"out.jpg"_s, u"out.webp"_s}) {
+            TaskProbe probe(kKinds[Jpg], media("photo-poor.jpg"), folder->path(name), 100);
+            QVERIFY(probe.run());
+            QCOMPARE(probe.finish(), Finish(0, {}));
+            QCOMPARE(TestFolder::read(folder->path(name)), TestFolder::read(media("photo-poor.jpg")));
+        }
+    }
+
+    void pictureIsCorrupt_data() { eachKind({""}, Jpg, Webp); }
+    void pictureIsCorrupt()
+    {
+        TaskProbe probe(kind(), media("garbage.mp4"), output());
+        QVERIFY(probe.run());
+        QVERIFY(probe.finish().first != 0 && (kind().isDirect || probe.finish().first == 1));
+        QCOMPARE(probe.finish().second,
+                 kind().isDirect ? u"fail"_s : u"The file is corrupt or not a standard file format"_s);
+        QVERIFY(!QFile::exists(output()));
+    }
+
+    void films_data() { eachKindOf(kFilms); }
+    void films()
+    {
+        const QString output = folder->path(u"out."_s + cells()[3]);
+        const QString expected = cells()[4];
+        TaskProbe probe(kind(), media(cells()[2]), output, kind().isPercentage ? 50 : 28);
+        QVERIFY(probe.run());
+        QCOMPARE(probe.finish().first == 0, !expected.isEmpty());
+        QCOMPARE(QFile::exists(output), !expected.isEmpty());
+        if (expected.isEmpty())
+            return;
+        QCOMPARE(probe.progress.last(), 1.0F);
+        Vantor::FFDemuxer demuxer;
+        QVERIFY(demuxer.open(output));
+        const auto found = Vantor::describeMedia(demuxer);
+        QString text;
+        for (const auto& stream : found->streams)
+            text += QLatin1Char("va?s"[stream->mediaType]);
+        for (const auto& video : found->videoStreams)
+            text += u" %1x%2"_s.arg(video->width).arg(video->height);
+        QCOMPARE(text + u" %1 s"_s.arg((demuxer.durationMs() + 500) / 1000), expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(RealEncodersTest)
+#include "real_encoders_test.moc"
