@@ -1,8 +1,8 @@
 // Measures the demuxer against FFmpeg's bare calls and against ffprobe: see demux.sh, which makes its sources
 // and calls it. Every kind takes turns with its peers; the ratios are medians over the rounds.
 //
-//   demux_bench describe ROUNDS FILE...   open and describe, against ffprobe and against FFmpeg's own part of
-//   it demux_bench chain ROUNDS FILE         scan and read a VOB chain, against bare loops over it
+//   demux_bench describe ROUNDS FILE...   open and describe, against ffprobe and against FFmpeg's own part of it
+//   demux_bench chain ROUNDS FILE         scan and read a VOB chain, against bare loops over it
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>

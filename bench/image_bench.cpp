@@ -1,9 +1,9 @@
 // Measures image tasks from inside a host: see image.sh, which makes the sources and calls it.
 //
-//   image_bench batch QUALITY AT_ONCE FOLDER SOURCE...  seconds for all, so many tasks side by side, into
-//   FOLDER image_bench memory N SOURCE                         peak resident memory of this process in KiB
-//   with N tasks
-//                                                       made before the first starts
+//   image_bench batch QUALITY AT_ONCE FOLDER SOURCE...
+//                                  seconds for all, so many tasks side by side, into FOLDER
+//   image_bench memory N SOURCE    peak resident memory of this process in KiB with N tasks made before the first
+//                                  starts
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFile>

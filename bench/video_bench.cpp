@@ -1,8 +1,7 @@
 // Measures the video task from inside a host: see video.sh, which makes its source and calls it.
 //
 //   video_bench command SOURCE OUTPUT      the arguments of the quality command, as a shell takes them
-//   video_bench first-instruction SOURCE   ms from start() to the encoder's first instruction; the "ffmpeg"
-//   beside
+//   video_bench first-instruction SOURCE   ms from start() to the encoder's first instruction; the "ffmpeg" beside
 //                                          this program must be encoder_clock
 //   video_bench stop SOURCE                ms that stop() takes on a running encode, its finish included
 //   video_bench encode SOURCE N together|in-a-row

@@ -1,0 +1,169 @@
+// Runs the host's searches on the module itself: see estimate.sh and search.sh, which make the sources and
+// call it.
+//
+//   search_bench estimate SOURCE SUFFIX QUALITY|PERCENT%      the range in bytes and the number of samples
+//   search_bench encode SOURCE SUFFIX QUALITY|PERCENT%        the bytes that it becomes
+//   search_bench goal SOURCE SUFFIX SIZE|- MIN_SSIM|- [QUALITY]
+//                                                             every trial, then what came of them
+//   search_bench ssim RESULT SOURCE film|picture              the likeness
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include "compressor/CompressorEntry.h"
+#include "host/search/FilmEstimate.h"
+#include "host/search/GoalSearch.h"
+
+namespace {
+
+QTextStream& out()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+/// A task of the module, in this thread.
+class TaskRun final : public EncodeRun
+{
+    Q_OBJECT
+
+public:
+    explicit TaskRun(const EncodeRequest& request)
+        : mIsSample(request.isSample),
+          mTask(CompressorEntry()->createTask({{QStringLiteral("inputPath"), request.inputPath},
+                                               {QStringLiteral("outputPath"), request.outputPath},
+                                               {QStringLiteral("quality"), request.quality},
+                                               {QStringLiteral("isPercentage"), request.isPercentage},
+                                               {QStringLiteral("scale"), request.scale}}))
+    {
+        connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SIGNAL(ended(int, QString)));
+    }
+
+    void start() override
+    {
+        if (!(mIsSample ? mTask->estimate() : mTask->start()))
+            qFatal("an encoder is missing");
+    }
+    void stop() override { mTask->stop(); }
+
+private:
+    bool mIsSample;
+    QSharedPointer<ICompressTask> mTask;
+};
+
+const EncodeRunFactory kMakeRun = [](const EncodeRequest& request) {
+    return std::make_unique<TaskRun>(request);
+};
+
+NewPath newPathIn(const QTemporaryDir& folder)
+{
+    return [&folder, count = 0](const QString& suffix) mutable {
+        return folder.filePath(QStringLiteral("%1.%2").arg(++count).arg(suffix));
+    };
+}
+
+EncodeRequest requestOf(const QStringList& arguments, const QTemporaryDir& folder)
+{
+    QString quality = arguments[2];
+    const bool isPercentage = quality.endsWith(u'%');
+    quality.remove(u'%');
+    return {arguments[0], folder.filePath(QStringLiteral("out.") + arguments[1]), quality, isPercentage, {}};
+}
+
+int encode(const QStringList& arguments)
+{
+    const QTemporaryDir folder;
+    const EncodeRequest request = requestOf(arguments, folder);
+    TaskRun run(request);
+    QObject::connect(&run, &EncodeRun::ended, &run, [&request](int code) {
+        out() << QFileInfo(request.outputPath).size() << Qt::endl;
+        QCoreApplication::exit(code);
+    });
+    run.start();
+    return QCoreApplication::exec();
+}
+
+int estimate(const QStringList& arguments)
+{
+    const QTemporaryDir folder;
+    FilmEstimate film(requestOf(arguments, folder), kMakeRun, newPathIn(folder));
+    QObject::connect(&film, &FilmEstimate::ended, &film, [](const EstimateOutcome& outcome) {
+        out() << outcome.range.low << ' ' << outcome.range.high << ' ' << outcome.samples.size() << Qt::endl;
+        for (const SampleMeasure& sample : outcome.samples)
+            QTextStream(stderr) << sample.sourceBytes << ' ' << sample.sourceMs << ' ' << sample.resultBytes
+                                << ' ' << sample.resultMs << Qt::endl;
+        QCoreApplication::exit(outcome.kind == EstimateOutcome::Estimated ? 0 : 1);
+    });
+    film.start();
+    return QCoreApplication::exec();
+}
+
+int goal(const QStringList& arguments)
+{
+    const QTemporaryDir folder;
+    GoalWish wish;
+    wish.inputPath = arguments[0];
+    wish.suffix = arguments[1];
+    wish.isFilm = !QStringList({QStringLiteral("jpg"), QStringLiteral("png"), QStringLiteral("webp")})
+                       .contains(wish.suffix);
+    wish.size = SizeGoal::parse(arguments[2]);
+    if (const double minSsim = arguments[3].toDouble(); minSsim > 0)
+        wish.minSsim = minSsim;
+    wish.quality = arguments.value(4, wish.isFilm ? QStringLiteral("28") : QStringLiteral("75")).toInt();
+    GoalSearch search(wish, kMakeRun, newPathIn(folder));
+    QObject::connect(&search, &GoalSearch::ended, &search, [&wish](const GoalOutcome& outcome) {
+        for (const Trial& trial : outcome.trials)
+            out() << trial.setting << ':' << trial.bytes << ':' << trial.ssim << ' ';
+        const qint64 sourceBytes = QFileInfo(wish.inputPath).size();
+        if (outcome.kind == GoalOutcome::NotMet)
+            out() << "unmet, " << reachedText(wish, outcome) << Qt::endl;
+        else if (outcome.kind != GoalOutcome::Met)
+            out() << "failed " << outcome.kind << ' ' << outcome.runCode << outcome.runText << Qt::endl;
+        else if (wish.size)
+            out() << "met, "
+                  << double(outcome.trials[outcome.chosen].bytes) / double(wish.size->bytesFor(sourceBytes))
+                  << " of the goal" << Qt::endl;
+        else
+            out() << "met" << Qt::endl;
+        QCoreApplication::exit(0);
+    });
+    search.start();
+    return QCoreApplication::exec();
+}
+
+int ssim(const QString& result, const QString& source, const QString& kind)
+{
+    SsimProbe probe;
+    QObject::connect(&probe, &SsimProbe::ended, &probe, [](double value) {
+        out() << value << Qt::endl;
+        QCoreApplication::exit(value < 0 ? 1 : 0);
+    });
+    probe.start(result, source,
+                kind == QLatin1String("film") ? SsimProbe::Kind::Film : SsimProbe::Kind::Picture);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QString mode = arguments.value(0);
+    if (mode == QLatin1String("estimate") && arguments.size() == 4)
+        return estimate(arguments.mid(1));
+    if (mode == QLatin1String("encode") && arguments.size() == 4)
+        return encode(arguments.mid(1));
+    if (mode == QLatin1String("goal") && arguments.size() >= 5)
+        return goal(arguments.mid(1));
+    if (mode == QLatin1String("ssim") && arguments.size() == 4)
+        return ssim(arguments[1], arguments[2], arguments[3]);
+    out() << "see the head of search_bench.cpp" << Qt::endl;
+    return 2;
+}
+
+#include "search_bench.moc"
