@@ -25,6 +25,16 @@ EncodeRequest requestOf(const EncodeContext& context)
     return request;
 }
 
+// A first encode that misses the wished size is not the last.
+SizeRange corrected(const EstimatedSize& first, const EncodeContext& context)
+{
+    if (!context.options.size)
+        return {first.low, first.high};
+    const qint64 goal = context.options.size->bytesFor(QFileInfo(context.sourcePath).size());
+    const auto least = qint64(SizeGoal::kLowestShare * double(goal));
+    return {qMin(first.low, least), qMin(first.high, goal)};
+}
+
 } // namespace
 
 EstimateEncode::EstimateEncode(const EncodeContext& context)
@@ -44,11 +54,10 @@ void EstimateEncode::onEnded(const EstimateOutcome& outcome)
 {
     EncodeEnd end;
     end.runs = int(outcome.samples.size());
-    const SizeRange range{outcome.range.low, outcome.range.high};
+    const EstimatedSize& range = outcome.range;
     switch (outcome.kind) {
     case EstimateOutcome::Estimated:
-    case EstimateOutcome::Exact:
-        end.estimate = range;
+        end.estimate = corrected(range, context());
         break;
     case EstimateOutcome::UnknownLength:
         end.failure = {FailureKind::MeasureFailed,

@@ -12,6 +12,9 @@ constexpr double kRestLow = 0.75;
 constexpr double kRestHigh = 1.33;
 constexpr double kFixedLow = 0.95;
 constexpr double kFixedHigh = 1.05;
+// What was encoded will be so again, but for another number of threads.
+constexpr double kSeenLow = 0.99;
+constexpr double kSeenHigh = 1.01;
 
 // Several samples: how many standard errors the whole may lie away from what they say, more for a line than
 // for a mean, since it takes more from the same samples; and what lengths, containers and key frames may add
@@ -134,9 +137,10 @@ EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeFilm& 
 EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeFilm& whole, bool isPercentage)
 {
     const auto restMs = double(std::max<qint64>(whole.ms - sample.resultMs, 0));
-    const double restBytes = double(sample.resultBytes) * restMs / double(sample.resultMs);
-    return {sample.resultBytes + qRound64(restBytes * (isPercentage ? kFixedLow : kRestLow)),
-            sample.resultBytes + qRound64(restBytes * (isPercentage ? kFixedHigh : kRestHigh))};
+    const auto seenBytes = double(sample.resultBytes);
+    const double restBytes = seenBytes * restMs / double(sample.resultMs);
+    return {qRound64(seenBytes * kSeenLow + restBytes * (isPercentage ? kFixedLow : kRestLow)),
+            qRound64(seenBytes * kSeenHigh + restBytes * (isPercentage ? kFixedHigh : kRestHigh))};
 }
 
 } // namespace

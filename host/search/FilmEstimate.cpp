@@ -9,8 +9,6 @@
 
 namespace {
 
-// Lengths are rounded and frames have their length: less than this is no difference.
-constexpr qint64 kSameLengthMs = 200;
 // A single piece says less than the film's beginning, which needs no cut.
 constexpr qsizetype kLeastPieces = 2;
 constexpr qint64 kMinuteMs = 60000;
@@ -157,11 +155,6 @@ void FilmEstimate::onSample(const MediaGlance& sample)
 
 void FilmEstimate::onBeginning()
 {
-    const SampleMeasure beginning = mOutcome.samples.first();
-    if (mWhole.ms > 0 && mWhole.ms - beginning.resultMs < kSameLengthMs) {
-        mOutcome.range = {beginning.resultBytes, beginning.resultBytes};
-        return end(EstimateOutcome::Exact);
-    }
     const bool isLengthKnown = mWhole.ms > 0;
     if (!isLengthKnown)
         mWhole.ms = kMinuteMs;

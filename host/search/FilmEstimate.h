@@ -15,7 +15,6 @@ struct EstimateOutcome
     enum Kind
     {
         Estimated,
-        Exact,         ///< the film is not longer than a sample: low and high are its size
         UnknownLength, ///< `range` is that of a minute
         RunFailed,     ///< the module failed: runCode and runText
         NoSample,      ///< there is no film to judge by

@@ -1,12 +1,9 @@
 """Many files in one call, and what programs read of it."""
 import base64
-import json
 import os
 import signal
 
 from host import FAKE, Place, main, wait_until
-
-SCHEMA = os.path.join(os.path.dirname(__file__), "../../docs/json-stream.schema.json")
 
 
 class Batch(Place):
@@ -92,15 +89,6 @@ class Batch(Place):
         self.assertEqual(run.status, 130)
         self.assertIn("interrupted", run.err)
         self.assertEqual((self.encoders(), os.path.exists(self.at("out"))), (5, False))
-
-    def valid(self, text):
-        import jsonschema
-        with open(SCHEMA) as file:
-            validator = jsonschema.Draft202012Validator(json.load(file))
-        lines = [json.loads(line) for line in text.splitlines()]
-        for line in lines:
-            validator.validate(line)
-        return lines
 
     def test_json(self):
         self.tree()

@@ -1,5 +1,6 @@
 """What the tests of vxcompress share: a folder of its own for each test, and runs of the program in it."""
 import hashlib
+import json
 import os
 import resource
 import signal
@@ -10,6 +11,7 @@ import unittest
 
 REAL = os.environ["VXC_BIN"]  # vxcompress beside the real encoders
 FAKE = os.environ["VXC_FAKE_BIN"]  # and beside the fakes, which do what the environment says
+SCHEMA = os.path.join(os.path.dirname(__file__), "../../docs/json-stream.schema.json")
 
 
 def ffmpeg(*arguments):
@@ -70,6 +72,16 @@ class Place(unittest.TestCase):
         run = self.start(*arguments, **conditions).end(input)
         self.assertEqual(run.status, status, (arguments, run.out, run.err))
         return run
+
+    def valid(self, text):
+        """The objects of a stream for programs, each as the schema has it."""
+        import jsonschema
+        with open(SCHEMA) as file:
+            validator = jsonschema.Draft202012Validator(json.load(file))
+        lines = [json.loads(line) for line in text.splitlines()]
+        for line in lines:
+            validator.validate(line)
+        return lines
 
     def at(self, name):
         path = os.path.join(os.fsencode(self.path), os.fsencode(name))
