@@ -21,12 +21,6 @@ bool hasCrashed(int exitCode, QProcess::ExitStatus exitStatus);
 /// Whether the exit code of an encoder that somebody else ends may be 0.
 extern const bool kKillMayLookLikeSuccess;
 
-/// Has the system end the process with this one, however this one ends. Call before the start.
-///
-/// Linux ties the request to the thread that starts the process: the process is killed when that thread ends.
-/// That is as it should be here, since a task never outlives its thread.
-void dieWithParent(QProcess& process);
-
 /// What tells one file from all others, whatever name or link leads to it.
 struct FileId
 {

@@ -8,9 +8,6 @@
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
-#ifdef Q_OS_LINUX
-#include <sys/prctl.h>
-#endif
 
 namespace Platform {
 
@@ -30,21 +27,6 @@ bool hasCrashed(int, QProcess::ExitStatus exitStatus)
 }
 
 const bool kKillMayLookLikeSuccess = false;
-
-void dieWithParent(QProcess& process)
-{
-#ifdef Q_OS_LINUX
-    // Runs between fork and exec: system calls only.
-    process.setChildProcessModifier([parent = getpid()] {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        // The parent may have gone before the request was made.
-        if (getppid() != parent)
-            _exit(1);
-    });
-#else
-    Q_UNUSED(process)
-#endif
-}
 
 FileId fileId(const QString& path)
 {

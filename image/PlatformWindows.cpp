@@ -5,11 +5,9 @@
 #include <QFileInfo>
 
 #include <cstring>
-#include <memory>
 #include <qt_windows.h>
 
 #include "compressor/FinishCode.h"
-#include "log/DebugLine.h"
 
 namespace Platform {
 
@@ -52,33 +50,6 @@ bool retryWhileHeld(const Attempt& attempt)
     return true;
 }
 
-// The handle is never closed: the system does that when this process ends, and so ends the job's processes.
-HANDLE encoderJob()
-{
-    static const HANDLE job = [] {
-        const HANDLE made = CreateJobObjectW(nullptr, nullptr);
-        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
-        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-        if (!made ||
-            !SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof limits))
-            debugLine() << "no job object for the encoders:" << GetLastError();
-        return made;
-    }();
-    return job;
-}
-
-// A host may itself run in a job: since Windows 8 the encoder then belongs to both. Where that is refused it
-// runs all the same, and is only ended by its task.
-void adoptAndResume(const PROCESS_INFORMATION& process)
-{
-    if (!AssignProcessToJobObject(encoderJob(), process.hProcess))
-        debugLine() << "an encoder is not in the job:" << GetLastError();
-    if (ResumeThread(process.hThread) == static_cast<DWORD>(-1)) {
-        debugLine() << "an encoder could not be resumed:" << GetLastError();
-        TerminateProcess(process.hProcess, static_cast<UINT>(FinishCode::kStopped));
-    }
-}
-
 } // namespace
 
 QString executableName(const char* tool)
@@ -98,19 +69,6 @@ bool hasCrashed(int exitCode, QProcess::ExitStatus exitStatus)
 }
 
 const bool kKillMayLookLikeSuccess = true;
-
-// Suspended at its start: the process is in the job before its first instruction.
-void dieWithParent(QProcess& process)
-{
-    auto information = std::make_shared<const PROCESS_INFORMATION*>(nullptr);
-    process.setCreateProcessArgumentsModifier([information](QProcess::CreateProcessArguments* arguments) {
-        arguments->flags |= CREATE_SUSPENDED;
-        // QProcess keeps it, with both handles, until the process has ended.
-        *information = arguments->processInformation;
-    });
-    QObject::connect(&process, &QProcess::started, &process,
-                     [information] { adoptAndResume(**information); });
-}
 
 FileId fileId(const QString& path)
 {

@@ -12,6 +12,7 @@
 #include "image/DyingEncoders.h"
 #include "image/Platform.h"
 #include "log/DebugLine.h"
+#include "process/ProcessTie.h"
 
 namespace {
 
@@ -23,7 +24,8 @@ ToolProcess::ToolProcess(ICompressTask* task) : mTask(task)
 {
     setStandardOutputFile(nullDevice());
     setStandardErrorFile(nullDevice());
-    Platform::dieWithParent(*this);
+    if (!Platform::tieToHost(*this))
+        debugLine() << "an encoder may outlive this process";
     // A kill that comes before the start's report cannot have left an output.
     connect(this, &QProcess::started, this, [this] { mStarted = !mStopRequested; });
     connect(this, &QProcess::errorOccurred, this, &ToolProcess::onErrorOccurred);

@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 
+#include "process/ProcessTie.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -43,6 +45,7 @@ ToolRun runTool(const QString& program, const QStringList& arguments)
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardInputFile(QProcess::nullDevice());
+    Platform::tieToHost(process);
     process.start(program, arguments);
     const bool ended = process.waitForFinished(kToolTimeoutMs);
     ToolRun run{{}, process.exitCode(), QString::fromUtf8(process.readAll())};

@@ -3,8 +3,9 @@
 #include <QLibrary>
 
 #ifdef Q_OS_WIN
-#include <psapi.h>
 #include <qt_windows.h>
+
+#include <psapi.h>
 #endif
 
 namespace DoctorPlatform {

@@ -5,28 +5,12 @@
 
 #include <utility>
 
-#ifdef Q_OS_LINUX
-#include <csignal>
-#include <sys/prctl.h>
-#include <unistd.h>
-#endif
+#include "process/ProcessTie.h"
 
 namespace {
 
 // Thousands of streams and chapters need less.
 constexpr qsizetype kMostBytes = qsizetype(16) * 1024 * 1024;
-
-void dieWithHost([[maybe_unused]] QProcess& process)
-{
-#ifdef Q_OS_LINUX
-    // Runs between fork and exec: system calls only.
-    process.setChildProcessModifier([host = getpid()] {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != host)
-            _exit(1);
-    });
-#endif
-}
 
 } // namespace
 
@@ -46,7 +30,7 @@ FilmProbe::FilmProbe(const QString& path, std::chrono::milliseconds timeLimit)
     connect(&mTimer, &QTimer::timeout, this, [this] { fail(QStringLiteral("ffprobe found no end")); });
     mTimer.setSingleShot(true);
     mTimer.start(timeLimit);
-    dieWithHost(mProcess);
+    Platform::tieToHost(mProcess);
     mProcess.setStandardInputFile(QProcess::nullDevice());
     // The protocol in front: a name may hold a colon.
     mProcess.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffprobe"),

@@ -11,8 +11,8 @@
 /// Asks the ffprobe beside the host what is in a film: a process of some 50 ms, beside whatever else goes on.
 ///
 /// Lives in one thread, with an event loop. Exactly one answered() comes, from the event loop, whatever
-/// happens; letting the probe go ends the process, without a signal. On Linux the process also ends with the
-/// thread that made the probe.
+/// happens; letting the probe go ends the process, without a signal. The process also ends with the host, on
+/// Linux with the thread that made the probe.
 class FilmProbe : public QObject
 {
     Q_OBJECT

@@ -12,8 +12,6 @@
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 bool isMediaName(const QString& name)
@@ -113,24 +111,19 @@ QString InputList::collectList(const Options& options)
 // Links are not followed: they would lead out of the tree, and in place change what lies elsewhere.
 QString InputList::walk(const QString& folder, const QString& relative, const Options& options)
 {
-    std::error_code error;
     QStringList files;
     QStringList folders;
-    for (fs::directory_iterator it(NativePath::toNative(folder), error);
-         !error && it != fs::directory_iterator(); it.increment(error)) {
-        std::error_code unknown;
-        const fs::file_type type = it->symlink_status(unknown).type();
-        const QString name = NativePath::fromNative(it->path().filename());
-        if (type == fs::file_type::directory)
-            folders.append(name);
-        else if (type == fs::file_type::regular)
-            files.append(name);
+    QString unread;
+    for (const Platform::FolderEntry& entry : Platform::entriesOf(folder, &unread)) {
+        if (entry.isFolder)
+            folders.append(entry.name);
+        else if (entry.isRegular)
+            files.append(entry.name);
         else
             ++mPassedOver;
     }
-    if (error)
-        return QStringLiteral("cannot read the folder %1: %2")
-            .arg(shown(folder), QString::fromLocal8Bit(error.message().c_str()));
+    if (!unread.isEmpty())
+        return QStringLiteral("cannot read the folder %1: %2").arg(shown(folder), unread);
     std::sort(files.begin(), files.end());
     std::sort(folders.begin(), folders.end());
     for (const QString& name : std::as_const(files)) {

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-#include "host/search/Platform.h"
+#include "process/ProcessTie.h"
 
 namespace {
 
@@ -12,7 +12,6 @@ constexpr qsizetype kLogBytes = 1 << 20;
 
 FfmpegRun::FfmpegRun()
 {
-    connect(&mProcess, &QProcess::started, this, [this] { Platform::tieStarted(mProcess); });
     connect(&mProcess, &QProcess::readyReadStandardOutput, this, &FfmpegRun::readProgress);
     connect(&mProcess, &QProcess::readyReadStandardError, this, &FfmpegRun::readLog);
     connect(&mProcess, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
@@ -51,7 +50,6 @@ void FfmpegRun::startFed(const QStringList& feederArguments, const QStringList& 
     mFeeder->setStandardInputFile(QProcess::nullDevice());
     mFeeder->setStandardErrorFile(QProcess::nullDevice());
     mFeeder->setStandardOutputProcess(&mProcess);
-    connect(mFeeder.get(), &QProcess::started, this, [this] { Platform::tieStarted(*mFeeder); });
     mProcess.setWorkingDirectory(folder);
     mLog.clear();
     launch(*mFeeder, feederArguments);

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <optional>
+#include <vector>
 
 /// What differs between systems about files. Paths are in the text form of NativePath; texts that are
 /// returned are the system's reasons, empty for success.
@@ -51,6 +52,19 @@ int openForReading(const QString& path, QString& reason);
 /// Renames, in one step. With `replace` what lies at `to` gives way; without it an existing file is an error.
 /// Retries for a second where another program holds the target.
 QString rename(const QString& from, const QString& to, bool replace);
+
+struct FolderEntry
+{
+    QString name;
+    bool isFolder = false;  ///< and no link
+    bool isRegular = false; ///< and no link
+};
+/// What lies in a folder, links as themselves. Nothing when it cannot be read: `reason` gets why.
+std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason = nullptr);
+
+/// Removes a file, a link or a folder with everything in it, and nothing that a link leads to. False when something
+/// is left.
+bool removeTree(const QString& path);
 
 /// A new name for a file, in another folder: a symbolic link, or a hard one where the system allows no other.
 QString makeLink(const QString& target, const QString& link, bool isFolder);

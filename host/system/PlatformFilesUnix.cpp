@@ -146,6 +146,30 @@ QString rename(const QString& from, const QString& to, bool replace)
                           : renameNew(source.constData(), target.constData()));
 }
 
+std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
+{
+    std::vector<FolderEntry> entries;
+    std::error_code error;
+    for (std::filesystem::directory_iterator it(NativePath::toNative(folder), error);
+         !error && it != std::filesystem::directory_iterator(); it.increment(error)) {
+        std::error_code unknown;
+        const std::filesystem::file_type type = it->symlink_status(unknown).type();
+        entries.push_back({NativePath::fromNative(it->path().filename()),
+                           type == std::filesystem::file_type::directory,
+                           type == std::filesystem::file_type::regular});
+    }
+    if (error && reason)
+        *reason = QString::fromLocal8Bit(error.message().c_str());
+    return entries;
+}
+
+bool removeTree(const QString& path)
+{
+    std::error_code error;
+    std::filesystem::remove_all(NativePath::toNative(path), error);
+    return !error;
+}
+
 QString makeLink(const QString& target, const QString& link, bool)
 {
     return result(symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()));

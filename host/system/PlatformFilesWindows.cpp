@@ -69,9 +69,17 @@ QString retried(Call call)
     }
 }
 
+// The system counts tenths of microseconds from 1601 on; as nanoseconds they would not fit.
+constexpr qint64 kTicksTo1970 = 116'444'736'000'000'000;
+
+qint64 nanoseconds(const FILETIME& time)
+{
+    return (wide(time.dwHighDateTime, time.dwLowDateTime) - kTicksTo1970) * 100;
+}
+
 FILETIME timeOf(qint64 ns)
 {
-    const quint64 ticks = quint64(ns / 100);
+    const qint64 ticks = ns / 100 + kTicksTo1970;
     return {DWORD(ticks), DWORD(ticks >> 32)};
 }
 
@@ -95,8 +103,8 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     facts.number = quint64(wide(info.nFileIndexHigh, info.nFileIndexLow));
     facts.links = info.nNumberOfLinks;
     facts.mode = info.dwFileAttributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
-    facts.modifiedNs = wide(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100;
-    facts.accessedNs = wide(info.ftLastAccessTime.dwHighDateTime, info.ftLastAccessTime.dwLowDateTime) * 100;
+    facts.modifiedNs = nanoseconds(info.ftLastWriteTime);
+    facts.accessedNs = nanoseconds(info.ftLastAccessTime);
     return facts;
 }
 
@@ -134,6 +142,46 @@ QString rename(const QString& from, const QString& to, bool replace)
 {
     const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
     return retried([&] { return MoveFileExW(native(from).c_str(), native(to).c_str(), flags); });
+}
+
+// The standard library of one compiler reads no folder whose path is long, and takes junctions for folders.
+std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
+{
+    std::vector<FolderEntry> entries;
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search =
+        FindFirstFileW(native(NativePath::join(folder, QStringLiteral("*"))).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        if (reason)
+            *reason = reasonOf(GetLastError());
+        return entries;
+    }
+    do {
+        const QString name = QString::fromWCharArray(found.cFileName);
+        const bool isLink = found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT;
+        const bool isFolder = found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+        if (name != u'.' && name != QLatin1String(".."))
+            entries.push_back({name, isFolder && !isLink, !isFolder && !isLink});
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    return entries;
+}
+
+bool removeTree(const QString& path)
+{
+    const std::wstring place = native(path);
+    const DWORD attributes = GetFileAttributesW(place.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
+    if (attributes & FILE_ATTRIBUTE_READONLY)
+        SetFileAttributesW(place.c_str(), attributes & DWORD(~FILE_ATTRIBUTE_READONLY));
+    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
+        return retried([&] { return DeleteFileW(place.c_str()); }).isEmpty();
+    if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+        for (const FolderEntry& entry : entriesOf(path))
+            removeTree(NativePath::join(path, entry.name));
+    }
+    return retried([&] { return RemoveDirectoryW(place.c_str()); }).isEmpty();
 }
 
 QString makeLink(const QString& target, const QString& link, bool isFolder)

@@ -8,8 +8,6 @@
 
 #include "host/system/NativePath.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr char kMarkName[] = "vxcompress-mark";
@@ -35,12 +33,12 @@ QByteArray markContent()
         .toUtf8();
 }
 
-std::optional<Platform::ProcessIdentity> readMark(const fs::path& path)
+std::optional<Platform::ProcessIdentity> readMark(const QString& path)
 {
-    std::error_code error;
-    if (fs::symlink_status(path, error).type() != fs::file_type::regular)
+    const auto facts = Platform::factsOf(path);
+    if (Platform::isLink(path) || !facts || facts->kind != Platform::FileFacts::Regular)
         return {};
-    QFile file(path);
+    QFile file(NativePath::toNative(path));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QStringList lines = QString::fromUtf8(file.read(1024)).split(u'\n');
@@ -63,24 +61,20 @@ bool isOwnName(const QString& name, bool isFolder, int depth)
     return (depth == 0 ? kFile : kModuleFile).match(name).hasMatch();
 }
 
-bool isUnderstood(const fs::path& folder, int depth = 0)
+bool isUnderstood(const QString& folder, int depth = 0)
 {
-    std::error_code error;
-    for (fs::directory_iterator it(folder, error); !error && it != fs::directory_iterator();
-         it.increment(error)) {
-        const bool isFolder = it->symlink_status(error).type() == fs::file_type::directory;
-        if (!isOwnName(NativePath::fromNative(it->path().filename()), isFolder, depth) ||
-            (isFolder && !isUnderstood(it->path(), depth + 1)))
-            return false;
-    }
-    return !error;
+    QString unread;
+    const auto entries = Platform::entriesOf(folder, &unread);
+    return unread.isEmpty() && std::all_of(entries.begin(), entries.end(), [&](const auto& entry) {
+               return isOwnName(entry.name, entry.isFolder, depth) &&
+                      (!entry.isFolder || isUnderstood(NativePath::join(folder, entry.name), depth + 1));
+           });
 }
 
-void removeIfLeft(const fs::path& folder, const Platform::ProcessIdentity& own)
+void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
 {
-    const QString path = NativePath::fromNative(folder);
-    const fs::path mark = folder / kMarkName;
-    if (!Platform::isOwnFolder(path))
+    const QString mark = NativePath::join(folder, QLatin1String(kMarkName));
+    if (!Platform::isOwnFolder(folder))
         return;
     const auto maker = readMark(mark);
     // What another machine has made on a shared disk is that machine's to judge: its processes are not seen
@@ -88,17 +82,17 @@ void removeIfLeft(const fs::path& folder, const Platform::ProcessIdentity& own)
     if (!maker || maker->user != own.user || maker->host != own.host || maker->isAlive())
         return;
     Platform::FileLock lock;
-    if (!lock.take(NativePath::fromNative(mark)) || !isUnderstood(folder))
+    if (!lock.take(mark) || !isUnderstood(folder))
         return;
-    std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-        if (entry.path() != mark)
-            fs::remove_all(entry.path(), error);
+    for (const Platform::FolderEntry& entry : Platform::entriesOf(folder)) {
+        if (entry.name != QLatin1String(kMarkName))
+            Platform::removeTree(NativePath::join(folder, entry.name));
     }
     // The mark goes last: a sweep that is cut short is taken up again.
     lock.release();
-    fs::remove(mark, error);
-    fs::remove(folder, error);
+    Platform::removeTree(mark);
+    if (Platform::entriesOf(folder).empty())
+        Platform::removeTree(folder);
 }
 
 } // namespace
@@ -140,9 +134,7 @@ void PrivateFolder::remove()
     mMark.release();
     constexpr int kTries = 3; // something may still be writing
     for (int tries = 0; tries < kTries; ++tries) {
-        std::error_code error;
-        fs::remove_all(NativePath::toNative(mPath), error);
-        if (!error)
+        if (Platform::removeTree(mPath))
             return;
     }
 }
@@ -151,14 +143,12 @@ void PrivateFolder::sweep(const QString& parent, const char* prefix)
 {
     const QString name = QLatin1String(prefix);
     const auto own = Platform::ProcessIdentity::own();
-    std::error_code error;
-    for (fs::directory_iterator it(NativePath::toNative(parent), error);
-         !error && it != fs::directory_iterator(); it.increment(error)) {
-        const QString found = NativePath::fromNative(it->path().filename());
+    for (const Platform::FolderEntry& entry : Platform::entriesOf(parent)) {
+        const QString& found = entry.name;
         if (found.size() != name.size() + kRandomLetters || !found.startsWith(name))
             continue;
         if (std::all_of(found.begin() + name.size(), found.end(),
                         [](QChar letter) { return letter.unicode() < 128 && letter.isLetter(); }))
-            removeIfLeft(it->path(), own);
+            removeIfLeft(NativePath::join(parent, found), own);
     }
 }
