@@ -24,7 +24,7 @@ bool WebpCompressor::start()
     if (!QFile::exists(tool))
         return false;
     // ffmpeg would cut the source before it reads it.
-    if (isSameFile(mInputPath, mOutputPath)) {
+    if (isSameFile(mInputPath, mOutputPath) || mayNeverEnd(mInputPath)) {
         mNames = PlainNames(mInputPath, mOutputPath);
         mProcess->refuse();
         return true;

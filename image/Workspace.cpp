@@ -9,8 +9,6 @@
 #include "image/Delivery.h"
 #include "image/Platform.h"
 
-namespace {
-
 // On Unix, Qt names no temporary location as long as there is none.
 QString temporaryLocation()
 {
@@ -18,8 +16,6 @@ QString temporaryLocation()
     QDir().mkpath(place.isEmpty() ? qEnvironmentVariable("TMPDIR") : place);
     return place.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::TempLocation) : place;
 }
-
-} // namespace
 
 Workspace makeWorkspace(const QString& sourcePath)
 {

@@ -17,6 +17,9 @@ struct Workspace
     QString workingFolder;
 };
 
+/// The system's temporary location, made where there is none yet.
+QString temporaryLocation();
+
 /// Makes a folder directly in the temporary location, for this user alone, and copies the source into it.
 /// A failed step shows as a missing file, which the encoder and the finish rule then report.
 Workspace makeWorkspace(const QString& sourcePath);

@@ -12,6 +12,7 @@
 #include "demux/MediaDescription.h"
 #include "hostlibs/VxMediaInfo.h"
 #include "image/CommandLine.h"
+#include "image/Workspace.h"
 #include "log/DebugLine.h"
 #include "video/InfoEstimate.h"
 #include "video/PictureSize.h"
@@ -130,5 +131,5 @@ int encoderThreadCount()
 QString nextProgressFilePath()
 {
     const qint32 number = ++progressFileCounter;
-    return QDir::cleanPath(QDir::tempPath() + u'/' + QStringLiteral("progress_%1.txt").arg(number));
+    return QDir::cleanPath(temporaryLocation() + u'/' + QStringLiteral("progress_%1.txt").arg(number));
 }

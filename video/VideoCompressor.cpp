@@ -38,7 +38,7 @@ bool VideoCompressor::start()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    if (refusesToOverwriteSource())
+    if (refusesSource())
         return true;
     const QString command = commandLine(tool, build(mIsPercentage ? &VideoCompressor::buildSizeCommand
                                                                   : &VideoCompressor::buildQualityCommand));
@@ -56,17 +56,17 @@ bool VideoCompressor::estimate()
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    if (refusesToOverwriteSource())
+    if (refusesSource())
         return true;
     launch(commandLine(tool, build(&VideoCompressor::buildSampleCommand)), kSampleDurationMs,
            Qt::AutoConnection);
     return true;
 }
 
-// ffmpeg would cut the source before it reads it.
-bool VideoCompressor::refusesToOverwriteSource()
+// ffmpeg would cut the source before it reads it; and nobody could stop a look into a pipe.
+bool VideoCompressor::refusesSource()
 {
-    if (!isSameFile(mInputPath, mOutputPath))
+    if (!isSameFile(mInputPath, mOutputPath) && !mayNeverEnd(mInputPath))
         return false;
     mNames = PlainNames(mInputPath, mOutputPath);
     retireMonitor();

@@ -37,7 +37,7 @@ protected slots:
 
 private:
     QStringList transcodeElements(const SourceProbe& source);
-    bool refusesToOverwriteSource();
+    bool refusesSource();
     QStringList build(QStringList (VideoCompressor::*command)());
     void launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection);
     void retireMonitor();

@@ -62,6 +62,9 @@ void GoalEncode::onEnded(const GoalOutcome& outcome)
     }
     switch (outcome.kind) {
     case GoalOutcome::Met: {
+        // An encoder that ended well without a file: the job finds none either, and says so.
+        if (!QFileInfo::exists(outcome.path))
+            break;
         const QString error = Platform::rename(outcome.path, context().resultPath, false);
         if (!error.isEmpty())
             end.failure = {FailureKind::DeliveryFailed, error};

@@ -207,12 +207,11 @@ void Job::onEncoded(const EncodeEnd& end)
     mResult.warnings += end.warnings;
     if (isStopped())
         return;
-    if (end.failure) {
-        // Not the encoder's fault.
-        const bool hasFolder = Platform::factsOf(NativePath::folder(mResultPath)).has_value();
-        return fail(hasFolder ? end.failure
-                              : Failure{FailureKind::DeliveryFailed, QStringLiteral("its folder is gone")});
-    }
+    // Not the encoder's fault, whatever it has said.
+    if (!Platform::factsOf(NativePath::folder(mResultPath)))
+        return fail({FailureKind::DeliveryFailed, QStringLiteral("its folder is gone")});
+    if (end.failure)
+        return fail(end.failure);
     if (end.estimate)
         return this->end(Outcome::Estimated);
     if (isSourceChanged())

@@ -5,17 +5,28 @@
 // - FAKE_OUTPUT=size: writes its output: "none" at all, "empty", "half" of the source's size (the default), a
 //   signed number of bytes on top of the source's size, or a copy of the file whose path it is, less the suffix
 //   of the result's kind; exits with 1 where it cannot. Then writes <pid>.written.
+// - FAKE_STRAY=1: writes that beside its output, under a name that nobody has given it.
 // - FAKE_END=exit, crash, or hang until there is an "open" beside its records; FAKE_EXIT=code.
+// - FAKE_AT=start, half or end: does so before, in the middle of or behind its output. Writes <pid>.reached.
+// - FAKE_NOISE=n: writes so many lines to its standard error.
+// - FAKE_DEAF_MS=n: lives on for so long when it is killed (Linux).
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <unistd.h>
 #include <vector>
+#ifdef __linux__
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#endif
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
@@ -45,6 +56,19 @@ static std::string behind(const char* option)
     return words.end() - found > 1 ? found[1] : std::string();
 }
 
+static void reach(const std::string& moment)
+{
+    if (setting("FAKE_AT", "end") != moment)
+        return;
+    record(".reached");
+    if (setting("FAKE_END") == "crash")
+        std::raise(SIGTERM); // which leaves no core
+    // A forgotten one ends by itself.
+    for (int i = 0;
+         setting("FAKE_END") == "hang" && i < 60000 && !fs::exists(setting("FAKE_RECORD") + "/open"); ++i)
+        std::this_thread::sleep_for(2ms);
+}
+
 static bool writeOutput(const std::string& size)
 {
     if (size == "none" || words.size() < 4)
@@ -57,15 +81,21 @@ static bool writeOutput(const std::string& size)
     const std::string output = tool == "cJpeg"      ? behind("-outfile")
                                : tool == "pngquant" ? behind("-o")
                                                     : last;
+    std::string content;
     if (size.starts_with('/')) {
         const std::string result = size + (tool == "cJpeg" ? ".jpg" : fs::path(output).extension().string());
-        std::error_code error;
-        return fs::copy_file(fs::exists(result) ? result : source, output,
-                             fs::copy_options::overwrite_existing, error);
+        std::ifstream model(fs::exists(result) ? result : source, std::ios::binary);
+        content.assign(std::istreambuf_iterator<char>(model), {});
+        if (!model)
+            return false;
+    } else {
+        const size_t whole = fs::exists(source) ? fs::file_size(source) : 0;
+        content.assign(size == "empty" ? 0 : size == "half" ? whole / 2 : whole + std::stoi(size), 'x');
     }
-    const size_t whole = fs::exists(source) ? fs::file_size(source) : 0;
-    std::ofstream file(output, std::ios::binary);
-    file << std::string(size == "empty" ? 0 : size == "half" ? whole / 2 : whole + std::stoi(size), 'x');
+    std::ofstream file(setting("FAKE_STRAY").empty() ? output : output + ".stray", std::ios::binary);
+    file << content.substr(0, content.size() / 2) << std::flush;
+    reach("half");
+    file << content.substr(content.size() / 2);
     file.close();
     return !file.fail();
 }
@@ -83,21 +113,44 @@ static void writeProgress()
     }
 }
 
+#ifdef __linux__
+// A child holds its death up, as a disk that doesn't answer would.
+static void becomeDeaf(std::chrono::milliseconds length)
+{
+    const pid_t self = getpid();
+    int ready[2];
+    if (pipe(ready) != 0 || prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY) < -1)
+        return;
+    char none = 0;
+    if (fork() != 0) {
+        [[maybe_unused]] const ssize_t count = read(ready[0], &none, 1);
+        return;
+    }
+    ptrace(PTRACE_SEIZE, self, nullptr, PTRACE_O_TRACEEXIT);
+    [[maybe_unused]] const ssize_t count = write(ready[1], &none, 1);
+    waitpid(self, nullptr, __WALL);
+    std::this_thread::sleep_for(length);
+    _exit(EXIT_SUCCESS);
+}
+#endif
+
 int main(int argc, char** argv)
 {
     words.assign(argv, argv + argc);
+#ifdef __linux__
+    if (const int ms = std::stoi(setting("FAKE_DEAF_MS", "0")))
+        becomeDeaf(ms * 1ms);
+#endif
     record(".arguments");
     std::this_thread::sleep_for(std::stoi(setting("FAKE_DELAY_MS", "0")) * 1ms);
+    for (int line = std::stoi(setting("FAKE_NOISE", "0")); line > 0; --line)
+        std::cerr << "a frame that could not be decoded, and many words about it, time after time\n";
+    reach("start");
     if (!behind("-progress").empty() && std::getenv("FAKE_PROGRESS"))
         writeProgress();
     if (!writeOutput(setting("FAKE_OUTPUT", "half")))
         return EXIT_FAILURE;
     record(".written");
-    if (setting("FAKE_END") == "crash")
-        return std::raise(SIGTERM); // which leaves no core
-    // A forgotten one ends by itself.
-    for (int i = 0;
-         setting("FAKE_END") == "hang" && i < 60000 && !fs::exists(setting("FAKE_RECORD") + "/open"); ++i)
-        std::this_thread::sleep_for(2ms);
+    reach("end");
     return std::stoi(setting("FAKE_EXIT", "0"));
 }
