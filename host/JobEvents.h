@@ -32,7 +32,7 @@ class JobEvents
 public:
     virtual ~JobEvents() = default;
 
-    /// Before the first job; both are 0 where nothing can be begun.
+    /// Before the first job, but for runs that cannot be begun.
     virtual void planned(qint64 files, qint64 bytes) = 0;
     virtual void started(const JobSpec& job) = 0;
     /// The length of a film, once it is known.

@@ -40,6 +40,8 @@ constexpr OptionRow kTable[] = {
     {'f', "force", nullptr, None, nullptr, kWhere, "replace existing outputs", nullptr, true},
     {0, "skip-existing", nullptr, None, nullptr, kWhere, "leave existing outputs and their inputs alone",
      nullptr, false},
+    {0, "shard", "K/N", Text, nullptr, kWhere, "take the K-th of N equal parts of the inputs", nullptr,
+     false},
 
     {0, "min-savings", "PERCENT", Number, nullptr, kRules, "keep the source when less is saved", "0", false},
     {0, "allow-larger", nullptr, None, nullptr, kRules, "deliver a film also when it came out larger",

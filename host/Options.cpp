@@ -214,6 +214,13 @@ QString readNames(const Parser& parser, Options& options)
         return QStringLiteral("--suffix takes a text without a slash, such as -small");
     if (options.nullSeparated && options.filesFrom.isEmpty())
         return QStringLiteral("--null is for --files-from");
+    if (parser.has("shard")) {
+        const auto shard = Shard::parse(parser.value("shard"));
+        if (!shard)
+            return QStringLiteral("--shard takes K/N, such as 3/16, with K from 1 to N, not \"%1\"")
+                .arg(parser.value("shard"));
+        options.shard = *shard;
+    }
 
     const bool hasPlace = parser.has("output") || parser.has("suffix") || options.inPlace;
     if (!hasPlace && options.filesFrom.isEmpty() && options.inputs.size() == 2) {

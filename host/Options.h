@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "host/Format.h"
+#include "host/plan/Shard.h"
 #include "host/search/SizeGoal.h"
 
 enum class ColorWish
@@ -26,6 +27,7 @@ struct Options
     bool recursive = false;
     QString filesFrom; ///< "-": standard input; empty: none
     bool nullSeparated = false;
+    Shard shard;         ///< of all inputs
     QStringList formats; ///< --format: suffixes, at most one for pictures and one for films
     QString suffix;      ///< put between name and dot
     bool inPlace = false;

@@ -68,7 +68,9 @@ QString InputList::collectNamed(const QString& path, const Options& options, boo
             return walk(path, isFromList ? relativeOf(path) : QString(), options);
         }
     }
-    add(path, isFromList ? relativeOf(path) : NativePath::fileName(path));
+    const QString relative = isFromList ? relativeOf(path) : NativePath::fileName(path);
+    // By what the output's place is made of: where two outputs would be one, one run has both.
+    add(path, relative, options.output.isEmpty() ? QDir::cleanPath(path) : relative, options);
     return {};
 }
 
@@ -130,8 +132,9 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
         // What an earlier run made beside its inputs is no input.
         const bool isOutput = !options.suffix.isEmpty() && options.output.isEmpty() &&
                               NativePath::baseName(name).endsWith(options.suffix);
+        const QString below = NativePath::join(relative, name);
         if (isMediaName(name) && !isOutput)
-            add(NativePath::join(folder, name), NativePath::join(relative, name));
+            add(NativePath::join(folder, name), below, below, options);
         else
             ++mPassedOver;
     }
@@ -148,8 +151,10 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
     return {};
 }
 
-void InputList::add(const QString& path, const QString& relative)
+void InputList::add(const QString& path, const QString& relative, const QString& name, const Options& options)
 {
+    if (!options.shard.holds(name))
+        return;
     QDataStream stream(&mFile);
     stream << path << relative;
     ++mCount;

@@ -31,6 +31,7 @@ public:
     void rewind();
     std::optional<Input> next();
 
+    /// Of the options' part alone.
     qint64 count() const { return mCount; }
     /// Files of walked folders that are no media by their names.
     qint64 passedOver() const { return mPassedOver; }
@@ -41,7 +42,7 @@ private:
     QString collectNamed(const QString& path, const Options& options, bool isFromList);
     QString collectList(const Options& options);
     QString walk(const QString& folder, const QString& relative, const Options& options);
-    void add(const QString& path, const QString& relative);
+    void add(const QString& path, const QString& relative, const QString& name, const Options& options);
 
     QFile mFile;
     qint64 mCount = 0;

@@ -1,6 +1,11 @@
 #include "host/report/JsonReporter.h"
 
+#include <QDateTime>
 #include <QJsonDocument>
+#include <QSysInfo>
+#include <QThread>
+
+#include <algorithm>
 
 #include "host/report/FailureText.h"
 #include "host/system/NativePath.h"
@@ -95,6 +100,21 @@ void JsonReporter::write(const QJsonObject& object)
 {
     mChannels.write(Platform::Channel::Output,
                     QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)) + u'\n');
+}
+
+void JsonReporter::planned(qint64 files, qint64 bytes)
+{
+    const int cores = QThread::idealThreadCount();
+    QJsonObject object{{QStringLiteral("type"), QStringLiteral("run")},
+                       {QStringLiteral("version"), QStringLiteral(VXC_VERSION)},
+                       {QStringLiteral("host"), QSysInfo::machineHostName()},
+                       {QStringLiteral("began"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+                       {QStringLiteral("cores"), mJobs > 0 ? std::min(mJobs, cores) : cores},
+                       {QStringLiteral("files"), files},
+                       {QStringLiteral("bytes"), bytes}};
+    if (!mShard.isWhole())
+        object.insert(QStringLiteral("shard"), mShard.text());
+    write(object);
 }
 
 void JsonReporter::started(const JobSpec& job)

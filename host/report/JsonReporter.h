@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 #include "host/JobEvents.h"
+#include "host/Options.h"
 #include "host/report/OutputChannels.h"
 
 /// Everything as JSON on standard output, an object a line, as docs/json-stream.md has it. Remarks for
@@ -12,7 +13,9 @@
 class JsonReporter final : public JobEvents
 {
 public:
-    void planned(qint64, qint64) override {}
+    explicit JsonReporter(const Options& options) : mJobs(options.jobs), mShard(options.shard) {}
+
+    void planned(qint64 files, qint64 bytes) override;
     void started(const JobSpec& job) override;
     void measured(const JobSpec&, qint64) override {}
     void progressed(const JobSpec& job, double share) override;
@@ -32,6 +35,8 @@ private:
 
     void write(const QJsonObject& object);
 
+    const int mJobs;
+    const Shard mShard;
     OutputChannels mChannels;
     QHash<qint64, Running> mRunning;
 };

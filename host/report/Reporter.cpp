@@ -78,7 +78,7 @@ bool canDraw()
 std::unique_ptr<JobEvents> makeReporter(const Options& options)
 {
     if (options.json)
-        return std::make_unique<JsonReporter>();
+        return std::make_unique<JsonReporter>(options);
     const TextStyle style{options.quiet, wantsColor(options, Platform::Channel::Error)};
     if (canDraw() && !options.quiet)
         return std::make_unique<TerminalReporter>(style);

@@ -6,7 +6,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr quint32 kFolderMode = 0777;   // less what the user's mask takes away
+constexpr quint32 kFolderMode = 0777; // less what the user's mask takes away
+constexpr int kMaxTries = 5;
 constexpr quint32 kUsableFolder = 0700; // by its owner, who is to write into it
 
 } // namespace
@@ -56,9 +57,15 @@ Failure Delivery::prepare(StagingFolders& folders, PrivateFolder* temporary)
     }
     mStaging = &folders;
     const QString folder = NativePath::folder(mFinalPath);
-    if (Failure failure = makeFolders(folder, NativePath::folder(NativePath::absolute(mSpec.inputPath))))
-        return failure;
-    mFolder = folders.in(folder);
+    // Another run that found nothing to deliver there may take a folder away again that it has made.
+    for (int tries = 0; tries < kMaxTries && !(mFolder && mFolder->isValid()); ++tries) {
+        if (mFolder && Platform::factsOf(folder))
+            break;
+        if (Failure failure = makeFolders(folder, NativePath::folder(NativePath::absolute(mSpec.inputPath))))
+            return failure;
+        mFolder.reset();
+        mFolder = folders.in(folder);
+    }
     if (!mFolder->isValid())
         return {FailureKind::FolderUnwritable, mFolder->errorString()};
     mStagedPath = mFolder->newPath(suffix);
@@ -117,8 +124,11 @@ Failure Delivery::deliver(QString& keptAt)
         mIsDelivered = true;
         return {};
     }
+    const bool isTaken = Platform::factsOf(mFinalPath).has_value();
+    if (isTaken && !mayReplace)
+        return {FailureKind::OutputExists, QString()};
     // An hour's work is not thrown away because another program holds the target.
-    if (mayReplace && Platform::factsOf(mFinalPath)) {
+    if (isTaken) {
         const QString beside =
             NativePath::join(NativePath::folder(mFinalPath), NativePath::baseName(mFinalPath) +
                                                                  QStringLiteral(".vxcompress-result.") +

@@ -30,7 +30,8 @@ public:
     const QString& stagedPath() const { return mStagedPath; }
 
     /// Moves the result to its place, with the mode, owner and dates that it ought to have. Where it cannot
-    /// take its place although it is whole, `keptAt` says where it was left, if anywhere.
+    /// take its place although it is whole, `keptAt` says where it was left, if anywhere. A file that has come there
+    /// meanwhile shows as OutputExists.
     Failure deliver(QString& keptAt);
 
 private:

@@ -308,6 +308,12 @@ void Job::foresee()
 
 void Job::fail(const Failure& failure)
 {
+    // Another run has delivered it since this one was planned.
+    if (failure.kind == FailureKind::OutputExists && mContext.options.skipExisting) {
+        mResult.bytesAfter = 0;
+        mResult.warnings.clear();
+        return end(Outcome::Skipped);
+    }
     mResult.failure = failure;
     if (failure.kind == FailureKind::EncoderFailed || failure.kind == FailureKind::DeliveryFailed ||
         failure.kind == FailureKind::NoResult)

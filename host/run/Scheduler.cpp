@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/system/NativePath.h"
+
 namespace {
 
 // How far pictures may be looked for behind a film that waits.
@@ -85,6 +87,9 @@ bool Scheduler::startNext()
         run(job.spec);
         return true;
     }
+    // Whoever was killed may have left all to others but this.
+    if (job.isExcess)
+        mContext.stagingFolders.sweep(NativePath::folder(NativePath::absolute(job.spec.outputPath)));
     JobResult result;
     result.spec = job.spec;
     result.bytesBefore = job.spec.inputBytes;

@@ -8,17 +8,23 @@ constexpr qsizetype kRemembered = 64;
 
 } // namespace
 
+void StagingFolders::sweep(const QString& folder)
+{
+    if (mSwept.contains(folder))
+        return;
+    PrivateFolder::sweep(folder, PrivateFolder::kBesideOutput);
+    mSwept.append(folder);
+    if (mSwept.size() > kRemembered)
+        mSwept.removeFirst();
+}
+
 std::shared_ptr<PrivateFolder> StagingFolders::in(const QString& folder)
 {
-    if (auto living = mLiving.value(folder).lock())
+    auto living = mLiving.value(folder).lock();
+    if (living && living->isValid())
         return living;
     mLiving.removeIf([](const auto& entry) { return entry.value().expired(); });
-    if (!mSwept.contains(folder)) {
-        PrivateFolder::sweep(folder, PrivateFolder::kBesideOutput);
-        mSwept.append(folder);
-        if (mSwept.size() > kRemembered)
-            mSwept.removeFirst();
-    }
+    sweep(folder);
     auto made = std::make_shared<PrivateFolder>(folder, PrivateFolder::kBesideOutput);
     mLiving.insert(folder, made);
     return made;

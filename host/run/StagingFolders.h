@@ -14,6 +14,9 @@
 class StagingFolders
 {
 public:
+    /// Removes what killed runs have left in `folder`, once a run.
+    void sweep(const QString& folder);
+
     /// For results that go to `folder`, which is there. Never null; look at isValid().
     std::shared_ptr<PrivateFolder> in(const QString& folder);
 

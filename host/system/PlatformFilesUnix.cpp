@@ -44,6 +44,17 @@ timespec timeOf(qint64 ns)
     return {time_t(ns / 1'000'000'000), long(ns % 1'000'000'000)};
 }
 
+bool areOneFile(const char* path, const char* other)
+{
+    const int error = errno;
+    struct stat one = {};
+    struct stat another = {};
+    const bool areOne = lstat(path, &one) == 0 && lstat(other, &another) == 0 &&
+                        one.st_dev == another.st_dev && one.st_ino == another.st_ino;
+    errno = error;
+    return areOne;
+}
+
 int renameNew(const char* from, const char* to)
 {
 #if defined(Q_OS_LINUX) && defined(SYS_renameat2)
@@ -53,8 +64,9 @@ int renameNew(const char* from, const char* to)
     if (errno != EINVAL && errno != ENOSYS)
         return -1;
 #endif
-    // A second name refuses an existing one as well.
-    if (link(from, to) == 0)
+    // A second name refuses an existing one as well. A network drive that had to ask twice tells of its own first
+    // success as a failure.
+    if (link(from, to) == 0 || (errno == EEXIST && areOneFile(from, to)))
         return unlink(from);
     if (errno == EEXIST)
         return -1;
@@ -259,7 +271,12 @@ ProcessIdentity ProcessIdentity::own()
 {
     std::array<char, 256> host = {};
     gethostname(host.data(), host.size() - 1);
-    return {QString::number(geteuid()), QString::fromLocal8Bit(host.data()), getpid(), startOf(getpid())};
+    // Many machines of one disk may go by one name.
+    QFile id(QStringLiteral("/etc/machine-id"));
+    const QByteArray machine = id.open(QIODevice::ReadOnly) ? id.readLine(64).trimmed() : QByteArray();
+    return {QString::number(geteuid()),
+            QString::fromLocal8Bit(host.data()) + u' ' + QString::fromLatin1(machine), getpid(),
+            startOf(getpid())};
 }
 
 bool ProcessIdentity::isAlive() const

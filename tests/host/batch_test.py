@@ -1,6 +1,8 @@
 """Many files in one call, and what programs read of it."""
 import base64
+import hashlib
 import os
+import shutil
 import signal
 
 from host import FAKE, Place, main, wait_until
@@ -109,6 +111,76 @@ class Batch(Place):
         run.process.send_signal(signal.SIGTERM)
         lines = self.valid(run.end().out)
         self.assertEqual((lines[-2]["kind"], lines[-1]["signal"]), ("interrupted", 15))
+
+    def test_shards(self):
+        names = [f"{folder}/{number}.jpg".encode() for folder in ("a", "b/c", "B \u00e9") for number in range(40)]
+        names += [b"odd \xff.jpg", b"none", b".dot", b"x.tar.GZ"]
+        for place in (["-o", "out"], ["--in-place"]):
+            for count in (1, 3, 16):
+                for number in range(1, count + 1):
+                    run = self.run_host("--files-from", "-", "-0", "--shard", f"{number}/{count}", "--json", *place,
+                                        status=None, input=b"\0".join(names))
+                    paths = [base64.b64decode(line["pathBytes"]) if "pathBytes" in line else line["path"].encode()
+                             for line in self.valid(run.out) if line["type"] == "error"]
+                    # The rule is a promise: machines of one run may have different versions.
+                    stems = [(name, (os.path.splitext(name)[0] if name != b".dot" else name).lower()) for name in names]
+                    part = [name for name, stem in stems
+                            if int.from_bytes(hashlib.sha1(stem).digest()[:8], "big") % count == number - 1]
+                    self.assertEqual(paths, part)
+        # Found in whatever part they are.
+        for name in ("a.jpg", "a.png", "in/b.jpg", "other/b.jpg"):
+            self.picture(name, "64x64")
+        for names, place in (("a.jpg a.png", "--suffix=-x"), ("in/b.jpg other/b.jpg", "-oout")):
+            ends = [self.start(*names.split(), place, "--format", "webp", "--shard", f"{part}/7").end()
+                    for part in range(1, 8)]
+            self.assertEqual(sorted(end.status for end in ends), [0] * 6 + [2])
+        for bad in ("0/3", "4/3", "3", "1/0", "1/2/3", "-1/2", "1/2 ", "a/b", ""):
+            self.assertIn("--shard takes K/N", self.run_host("a.jpg", "b.jpg", f"--shard={bad}", status=2).err)
+
+    def test_two_runs_over_one_tree(self):
+        results = os.path.join(os.path.dirname(self.path), "result")
+        self.picture(f"{results}.jpg", "8x8")
+        self.picture("p.jpg", "64x64")
+        names = [f"in/{number}.jpg" for number in range(12)]
+        for name in names:
+            self.write(name, self.read("p.jpg"))
+        call = ["--files-from", "-", "-o", "out", "--skip-existing", "--json", "-j1"]
+        with open(f"{results}.jpg", "rb") as file:
+            whole = file.read()
+
+        def start(env):
+            run = self.start(*call, bin=FAKE, env={"FAKE_OUTPUT": results, **env})
+            run.process.stdin.write("\n".join(names).encode())
+            run.process.stdin.close()
+            run.process.stdin = None
+            return run
+
+        # Two are at their first file; the third overtakes them, while one of them is killed.
+        killed, slow = [start({"FAKE_END": "hang"}) for _ in range(2)]
+        wait_until(lambda: self.encoders() == 2, "both are at work")
+        quick = start({"FAKE_DELAY_MS": "50"})
+        wait_until(lambda: self.encoders() > 5, "the third one is in the middle")
+        killed.process.kill()
+        killed.end()
+        self.assertEqual(len(quick.end().err), 0)
+        self.assertEqual([self.valid(quick.out)[-1][word] for word in ("delivered", "status")], [12, 0])
+        # Its result is not needed any more.
+        self.write(os.path.join(self.records, "open"), b"")
+        self.assertEqual([self.valid(slow.end().out)[-1][word] for word in ("skipped", "status")], [12, 0], slow.err)
+        self.assertEqual([self.read(f"out/{name}") for name in names], [whole] * 12)
+        # What another machine left is that machine's.
+        left = [name for name in os.listdir(self.at("out/in")) if name.startswith(b".vxcompress-")]
+        self.assertEqual(len(left), 1)
+        foreign = b"out/in/.vxcompress-QWERTY"
+        shutil.copytree(self.at(b"out/in/" + left[0]), self.at(foreign))
+        mark = self.read(foreign + b"/vxcompress-mark").split(b"\n")
+        self.write(foreign + b"/vxcompress-mark", b"\n".join([*mark[:2], b"another", *mark[3:]]))
+        # Nothing is to be done any more, and yet what the killed run left goes.
+        run = self.run_host(*call, input="\n".join(names).encode())
+        self.assertEqual(self.valid(run.out)[-1]["skipped"], 12)
+        self.assertEqual([name for name in os.listdir(self.at("out/in")) if name.startswith(b".")],
+                         [os.path.basename(foreign)])
+        shutil.rmtree(self.at(foreign))
 
 
 if __name__ == "__main__":
