@@ -9,19 +9,23 @@ namespace {
 
 constexpr char kUsageLines[] = "Usage: vxcompress [options] INPUT OUTPUT\n"
                                "       vxcompress [options] INPUT... -o OUTPUT\n"
-                               "       vxcompress doctor\n";
+                               "       vxcompress doctor\n"
+                               "       vxcompress report [--json] [--html FILE] FILE...\n";
 
-constexpr char kExamples[] = "Examples:\n"
-                             "  vxcompress photo.jpg smaller.jpg --quality 75\n"
-                             "  vxcompress photo.jpg photo.webp\n"
-                             "  vxcompress film.mov half.mp4 --size 50%\n"
-                             "  vxcompress -r holidays -o holidays-small\n"
-                             "  vxcompress *.png --in-place --min-savings 5\n"
-                             "  find . -newer last -print0 | vxcompress --files-from - -0 --suffix=-small\n"
-                             "\n"
-                             "Exit status: 0 all done (sources kept because they would grow included),\n"
-                             "1 some files failed, 2 wrong usage or files, 3 an encoder is missing,\n"
-                             "128 and the signal's number when interrupted.\n";
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  vxcompress photo.jpg smaller.jpg --quality 75\n"
+    "  vxcompress photo.jpg photo.webp\n"
+    "  vxcompress film.mov half.mp4 --size 50%\n"
+    "  vxcompress -r holidays -o holidays-small\n"
+    "  vxcompress *.png --in-place --min-savings 5\n"
+    "  vxcompress -r archive -o small --shard 3/16 --skip-existing --json > 3.ndjson\n"
+    "  vxcompress report --html report.html *.ndjson\n"
+    "  find . -newer last -print0 | vxcompress --files-from - -0 --suffix=-small\n"
+    "\n"
+    "Exit status: 0 all done (sources kept because they would grow included),\n"
+    "1 some files failed, 2 wrong usage or files, 3 an encoder is missing,\n"
+    "128 and the signal's number when interrupted.\n";
 
 constexpr int kOptionColumn = 26;
 constexpr int kWidth = 80;

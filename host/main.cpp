@@ -4,6 +4,7 @@
 #include "host/doctor/Doctor.h"
 #include "host/report/Reporter.h"
 #include "host/run/BatchRun.h"
+#include "host/summary/ReportCommand.h"
 #include "host/system/Platform.h"
 
 static int answer(const NoJob& noJob, bool asJson)
@@ -25,6 +26,8 @@ int main(int argc, char** argv)
     const QStringList arguments = Platform::arguments(argc, argv);
     if (isDoctorCall(arguments))
         return runDoctor(arguments);
+    if (isReportCall(arguments))
+        return runReport(arguments);
     const std::variant<Options, NoJob> parsed = parseOptions(arguments);
     const auto* const options = std::get_if<Options>(&parsed);
     if (!options)

@@ -103,9 +103,8 @@ _vxcompress()
     out << R"(' -- "$word")
         compopt +o default
         [[ ${COMPREPLY[0]} != *= ]] || compopt -o nospace
-    elif ((COMP_CWORD == 1)) && [[ -n $word && doctor == "$word"* ]]; then
-        mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        COMPREPLY+=(doctor)
+    elif ((COMP_CWORD == 1)) && [[ -n $word && -n $(compgen -W 'doctor report' -- "$word") ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word"; compgen -W 'doctor report' -- "$word")
         compopt -o filenames
     fi
 }
@@ -133,12 +132,13 @@ void writeZshCompletion(std::ostream& out)
         }
         out << "$'" << replaced(help + value, "'", "\\") << '\'';
     }
-    out << " \\\n    '1:input:{ compadd doctor; _files }' \\\n    '*:input:_files'\n";
+    out << " \\\n    '1:input:{ compadd doctor report; _files }' \\\n    '*:input:_files'\n";
 }
 
 void writeFishCompletion(std::ostream& out)
 {
-    out << "complete -c vxcompress -n __fish_is_first_arg -a doctor -d 'examine the installation'\n";
+    out << "complete -c vxcompress -n __fish_is_first_arg -a doctor -d 'examine the installation'\n"
+           "complete -c vxcompress -n __fish_is_first_arg -a report -d 'add up the streams of runs'\n";
     for (const OptionRow& row : optionTable()) {
         out << "complete -c vxcompress";
         if (row.shortName)

@@ -18,6 +18,12 @@ vxcompress \- make image and video files smaller
 .br
 .B vxcompress doctor
 .RB [ \-\-json ]
+.br
+.B vxcompress report
+.RB [ \-\-json ]
+.RB [ \-\-html
+.IR FILE ]
+.IR FILE .\|.\|.
 .SH DESCRIPTION
 .B vxcompress
 compresses JPEG, PNG and WebP pictures and films, one or many in one call, with
@@ -44,6 +50,15 @@ about what is wrong.
 With
 .B \-\-json
 the same is one JSON object.
+.SH REPORT
+.B vxcompress report
+adds up what many runs told with
+.BR \-\-json ,
+those that were killed included: what was saved, by kind, what failed, what took
+longest, and how much a core did.
+.B \-\-html
+writes it as a page, too.
+A file that is itself called report is given as ./report.
 .SH EXIT STATUS
 .TP
 .B 0
@@ -68,6 +83,12 @@ Where temporary files go.
 .TP
 .B NO_COLOR
 Without colours, when it is set and not empty.
+.SH MANY MACHINES
+Several runs may work on one tree at once, on one machine or many, with
+.BR \-\-skip\-existing :
+a result that another run has delivered meanwhile counts as skipped.
+.B \-\-shard
+gives each its part; which part a file is in depends on its name alone.
 .SH FILES
 A run that was killed outright can leave folders named
 .I .vxcompress-XXXXXX

@@ -4,6 +4,7 @@ import hashlib
 import os
 import shutil
 import signal
+import xml.etree.ElementTree as ElementTree
 
 from host import FAKE, Place, main, wait_until
 
@@ -181,6 +182,61 @@ class Batch(Place):
         self.assertEqual([name for name in os.listdir(self.at("out/in")) if name.startswith(b".")],
                          [os.path.basename(foreign)])
         shutil.rmtree(self.at(foreign))
+
+    def test_report(self):
+        def line(type, **members):
+            return json.dumps({"type": type, **members}) + "\n"
+
+        def run(host, cores):
+            return line("run", version="1", host=host, began="2026-01-01T00:00:00.000Z", cores=cores, files=9, bytes=9)
+
+        def end(name, outcome, before, after, seconds, output=None):
+            return line("start", job=0, path=name, output=output or name, bytes=before) + line(
+                "result", job=0, path=name, output=output or name, outcome=outcome, bytesBefore=before,
+                bytesAfter=after, seconds=seconds, runs=1)
+
+        def summary(seconds):
+            return line("summary", files=9, delivered=0, kept=0, skipped=0, failed=0, passedOver=0, bytesBefore=0,
+                        bytesAfter=0, seconds=seconds, status=0)
+
+        killed = run("one", 2) + end("a.jpg", "delivered", 1000, 400, 2) + line("start", job=1, path="b<&.png", bytes=7) \
+            + line("start", job=2, path="lost.png", output="lost.png", bytes=7) + '{"outcome":"deli'
+        whole = run("two", 4) + end("a.jpg", "skipped", 1000, 0, 0) + end("b<&.png", "kept", 500, 500, 1) + end(
+            "c.mov", "delivered", 9000, 3000, 30, "c.MP4") + line(
+            "error", job=3, path="d.jpeg", kind="not-media", text="d.jpeg is <none>") + line(
+            "error", job=3, path="a.jpg", kind="output-exists", text="there") + summary(8)
+        self.write("killed.ndjson", killed.encode())
+        self.write("whole.ndjson", whole.encode())
+        # In one file the next run goes on in the line that was cut.
+        self.write("both.ndjson", (killed + whole).encode())
+        answers = []
+        for names in (["killed.ndjson", "whole.ndjson"], ["whole.ndjson", "killed.ndjson"], ["both.ndjson"]):
+            answers.append(json.loads(self.run_host("report", *names, "--json", "--html", "page.html").out))
+        self.assertEqual(answers[1:], answers[:1] * 2)
+        sum = answers[0]
+        self.assertEqual([sum[name] for name in ("runs", "runsWithoutEnd", "cutLines", "foreignLines", "files", "delivered",
+                                                 "kept", "skipped", "failed", "unfinished", "bytesBefore", "bytesAfter")],
+                         [2, 1, 1, 0, 5, 2, 1, 0, 1, 1, 10500, 3900])
+        self.assertEqual([(kind["kind"], kind["files"], kind["seconds"]) for kind in sum["kinds"]],
+                         [("jpg", 1, 2), ("mp4", 1, 30), ("png", 1, 1)])
+        self.assertEqual((sum["seconds"], sum["coreSeconds"], sum["filesPerCoreSecond"]), (8, 32, 2 / 32))
+        self.assertEqual([file["path"] for file in sum["slowest"]], ["c.mov", "a.jpg", "b<&.png"])
+        self.assertEqual([(file["path"], file["kind"]) for file in sum["failures"]],
+                         [("d.jpeg", "not-media"), ("lost.png", "unfinished")])
+        page = self.read("page.html").decode()
+        tree = ElementTree.fromstring(page)
+        bars = [float(bar.get("width")) for bar in tree.iter("{http://www.w3.org/2000/svg}rect")]
+        self.assertAlmostEqual(bars[1] / bars[3], 400 / 3000, 3)
+        self.assertIn("b<&.png", "".join(tree.itertext()))
+        self.assertEqual([word for word in ("href", "src=", "@import", "url(", "<script") if word in page], [])
+        text = self.run_host("report", "both.ndjson").out
+        self.assertIn("5 files: 2 delivered, 1 kept, 1 failed, 1 unfinished\n10.5 kB -> 3.90 kB (saved 62.9 %)", text)
+        for arguments in ([], ["missing"], ["--htm", "both.ndjson"], ["both.ndjson", "--html", "no/page.html"]):
+            self.run_host("report", *arguments, status=2)
+        self.write("no.ndjson", b"\xff\xd8 no stream\n")
+        self.assertIn("no stream", self.run_host("report", "no.ndjson", status=2).err)
+        self.write("nothing.ndjson", b"")
+        self.assertIn("0 files", self.run_host("report", "nothing.ndjson").out)
 
 
 if __name__ == "__main__":
