@@ -49,12 +49,6 @@ bool isSameFile(const QString& path, const QString& other)
     return sameness(path, other) != Sameness::Different;
 }
 
-bool mayNeverEnd(const QString& path)
-{
-    const QFileInfo info(path);
-    return info.exists() && !info.isFile() && !info.isDir();
-}
-
 QString finalPath(const QString& path)
 {
     const QFileInfo info(path);

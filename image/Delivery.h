@@ -19,9 +19,6 @@ Sameness sameness(const QString& path, const QString& other);
 /// For guards of the source: "yes" also when that cannot be told.
 bool isSameFile(const QString& path, const QString& other);
 
-/// Whether reading it may have no end: a pipe or a device.
-bool mayNeverEnd(const QString& path);
-
 /// Where a file that is written at `path` comes to lie: the same, or the end of a symbolic link.
 QString finalPath(const QString& path);
 

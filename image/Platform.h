@@ -36,6 +36,9 @@ struct FileId
 };
 FileId fileId(const QString& path);
 
+/// A named pipe among the files: whoever opens it waits for its writer, perhaps for ever.
+bool isPipe(const QString& path);
+
 /// Removes a file. Windows: tried again for up to a second while another program holds it.
 bool removeFile(const QString& path);
 /// Removes a folder with everything in it; as above.

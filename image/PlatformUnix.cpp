@@ -40,6 +40,12 @@ FileId fileId(const QString& path)
     return {FileId::Unknown, {}};
 }
 
+bool isPipe(const QString& path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 bool removeFile(const QString& path)
 {
     return QFile::remove(path);

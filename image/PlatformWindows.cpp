@@ -98,6 +98,12 @@ FileId fileId(const QString& path)
     return found;
 }
 
+// They lie apart from files there.
+bool isPipe(const QString&)
+{
+    return false;
+}
+
 bool removeFile(const QString& path)
 {
     const std::wstring native = nativePath(path);

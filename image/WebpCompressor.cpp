@@ -6,6 +6,7 @@
 #include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
 #include "image/Delivery.h"
+#include "image/Platform.h"
 
 WebpCompressor::WebpCompressor(const QVariantMap& params)
     : CompressTask(params), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
@@ -24,7 +25,7 @@ bool WebpCompressor::start()
     if (!QFile::exists(tool))
         return false;
     // ffmpeg would cut the source before it reads it.
-    if (isSameFile(mInputPath, mOutputPath) || mayNeverEnd(mInputPath)) {
+    if (isSameFile(mInputPath, mOutputPath) || Platform::isPipe(mInputPath)) {
         mNames = PlainNames(mInputPath, mOutputPath);
         mProcess->refuse();
         return true;

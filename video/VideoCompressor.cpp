@@ -66,7 +66,7 @@ bool VideoCompressor::estimate()
 // ffmpeg would cut the source before it reads it; and nobody could stop a look into a pipe.
 bool VideoCompressor::refusesSource()
 {
-    if (!isSameFile(mInputPath, mOutputPath) && !mayNeverEnd(mInputPath))
+    if (!isSameFile(mInputPath, mOutputPath) && !Platform::isPipe(mInputPath))
         return false;
     mNames = PlainNames(mInputPath, mOutputPath);
     retireMonitor();

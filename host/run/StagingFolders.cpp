@@ -33,8 +33,7 @@ std::shared_ptr<PrivateFolder> StagingFolders::in(const QString& folder)
 void StagingFolders::leave(const QString& folder, bool hasResult)
 {
     for (QString made = folder; mMade.contains(made); made = NativePath::folder(made)) {
-        std::error_code error;
-        if (!hasResult && !std::filesystem::remove(NativePath::toNative(made), error))
+        if (!hasResult && !Platform::removeEmptyFolder(made))
             return;
         mMade.remove(made);
     }

@@ -66,6 +66,9 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason = null
 /// is left.
 bool removeTree(const QString& path);
 
+/// Removes a folder that has nothing in it; false when it stays.
+bool removeEmptyFolder(const QString& folder);
+
 /// A new name for a file, in another folder: a symbolic link, or a hard one where the system allows no other.
 QString makeLink(const QString& target, const QString& link, bool isFolder);
 

@@ -182,6 +182,11 @@ bool removeTree(const QString& path)
     return !error;
 }
 
+bool removeEmptyFolder(const QString& folder)
+{
+    return rmdir(NativePath::toBytes(folder).constData()) == 0;
+}
+
 QString makeLink(const QString& target, const QString& link, bool)
 {
     return result(symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()));

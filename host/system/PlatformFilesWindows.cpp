@@ -167,6 +167,11 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     return entries;
 }
 
+bool removeEmptyFolder(const QString& folder)
+{
+    return retried([place = native(folder)] { return RemoveDirectoryW(place.c_str()); }).isEmpty();
+}
+
 bool removeTree(const QString& path)
 {
     const std::wstring place = native(path);
@@ -181,7 +186,7 @@ bool removeTree(const QString& path)
         for (const FolderEntry& entry : entriesOf(path))
             removeTree(NativePath::join(path, entry.name));
     }
-    return retried([&] { return RemoveDirectoryW(place.c_str()); }).isEmpty();
+    return removeEmptyFolder(path);
 }
 
 QString makeLink(const QString& target, const QString& link, bool isFolder)

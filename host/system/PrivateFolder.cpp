@@ -91,8 +91,7 @@ void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
     // The mark goes last: a sweep that is cut short is taken up again.
     lock.release();
     Platform::removeTree(mark);
-    if (Platform::entriesOf(folder).empty())
-        Platform::removeTree(folder);
+    Platform::removeEmptyFolder(folder);
 }
 
 } // namespace

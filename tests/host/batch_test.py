@@ -1,6 +1,7 @@
 """Many files in one call, and what programs read of it."""
 import base64
 import hashlib
+import json
 import os
 import shutil
 import signal
