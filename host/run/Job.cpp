@@ -293,7 +293,10 @@ void Job::deliver(Outcome outcome)
     // In place, the source is where it belongs.
     if (outcome == Outcome::Kept && mSpec.isInPlace)
         return end(outcome);
-    const Failure failure = mDelivery->deliver(mResult.keptAt);
+    Failure failure = mDelivery->deliver(mResult.keptAt);
+    // Before the work it was the user's mistake; now it is somebody else's doing.
+    if (failure.kind == FailureKind::OutputExists && !mContext.options.skipExisting)
+        failure = {FailureKind::DeliveryFailed, QStringLiteral("it exists by now")};
     if (failure)
         return fail(failure);
     end(outcome);
