@@ -20,7 +20,7 @@ constexpr qint64 kMostBytes = qint64(1) << 30;
 
 MergeMetadata loadModule(QString& error)
 {
-    // Where the module for compressing is too: as installed on Unix and as built; as installed on Windows.
+    // With the libraries, as installed and as built; beside the program on Windows and in Debian's package.
     for (const char* folder : {VXC_LIBRARY_FOLDER, "../lib", "."}) {
         const QString path = QCoreApplication::applicationDirPath() + u'/' + QLatin1String(folder) +
                              QStringLiteral("/vxcompress_metadata");
