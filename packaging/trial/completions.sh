@@ -23,6 +23,6 @@ expect zsh "$(timeout 60 zsh -f -c '
     print -r -- $output
     zpty -d shell' | tr -d '\r' | sed -n '/^--/p;/--qu.*--/p')"
 # And all that the help names.
-vxcompress --help-all | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort >named
-fish -c 'complete -C "vxcompress --"' | grep -o -- '^--[a-z-]*' | sort | diff named -
-man vxcompress | col -b | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort | diff named -
+vxcompress --help-all | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort -u >named
+fish -c 'complete -C "vxcompress --"' | grep -o -- '^--[a-z-]*' | sort -u | diff named -
+man vxcompress | col -b | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort -u | diff named -
