@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # What the trials of clusters on one machine share; sourced by them. Sets root, work, bin and home, and starts nothing.
 
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd -P)
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 fail() { say "$*"; exit 1; }
 
