@@ -141,17 +141,27 @@ def hours(seconds):
 
 def table():
     figures = Figures.read(FIGURES)
-    head("a file", "core seconds", "files per core and second", "read", "written")
+    print_rates(figures)
+    files = draw_archive(figures)
+    print_fleets(files, figures)
+    print_shards(files, figures)
+    print_losses(files, figures)
+
+
+def print_rates(figures):
+    head("a file", "core seconds", "files per core and second", "read", "written", "cores that fill 1 Gbit/s")
     typical = [(f"{kind}, {median:g} MP", kind, median) for kind, (_, median) in MIX.items()]
     typical += [(f"film of 1080p, {FILM_SECONDS:g} s", "film", FILM_SECONDS)]
     for name, kind, units in typical:
         file = figures.rates[kind].file(units)
         row(name, f"{file.seconds:.2f}", f"{1 / file.seconds:.2g}", f"{file.bytes_in / 1e6:.2f} MB",
-            f"{file.bytes_out / 1e6:.2f} MB")
+            f"{file.bytes_out / 1e6:.2f} MB",
+            f"{DISKS['1 Gbit/s'] * file.seconds / (file.bytes_in + file.bytes_out):.0f}")
     print(f"\nA run begins in {figures.start * 1e3:.0f} ms, takes {figures.name * 1e6:.2f} µs for each name of its list "
           f"and {figures.skip * 1e6:.0f} µs for each file that is there already.\n")
 
-    files = draw_archive(figures)
+
+def print_fleets(files, figures):
     work = sum(file.seconds for file in files)
     moved = sum(file.bytes_in + file.bytes_out for file in files)
     film_work = sum(file.seconds for file in files[PHOTOS:])
@@ -163,7 +173,7 @@ def table():
 
     head("machines × cores", *(title for name in DISKS for title in (f"over {name}", "cores at work", "disk at work")))
     shards = films_first(files, 100)
-    for machines, cores in ((1, 16), (4, 16), (8, 16), (16, 16), (32, 16), (64, 16)):
+    for machines, cores in ((1, 8), (1, 16), (2, 16), (4, 16), (8, 16), (16, 16)):
         cells = []
         for bandwidth in DISKS.values():
             seconds = simulate(files, shards, Fleet(machines, cores, bandwidth), figures).seconds
@@ -171,32 +181,38 @@ def table():
         row(f"{machines} × {cores}", *cells)
     print()
 
-    machines, cores, bandwidth = 16, 16, DISKS["10 Gbit/s"]
-    even = Fleet(machines, cores, bandwidth)
-    head(f"{machines} × {cores}, 10 Gbit/s; shards", "all well", "core hours beside the files",
+
+# What the last two tables are about: not full, so that they show more than the disk.
+FLEET = Fleet(8, 16, DISKS["10 Gbit/s"])
+
+
+def print_shards(files, figures):
+    head(f"{FLEET.machines} × {FLEET.cores}, 10 Gbit/s; shards", "all well", "core hours beside the files",
          "a machine at half its pace", "a machine lost half-way", "core hours lost")
     cuts = [(f"{size} files", cut(files, size)) for size in (10, 100, 1000)]
-    cuts += [("a shard for each core", cut(files, len(files) / (machines * cores)))]
-    cuts += [(f"a film alone, the largest first; {size} photos", films_first(files, size)) for size in (10, 100, 1000)]
+    cuts += [("a shard for each core", cut(files, len(files) / (FLEET.machines * FLEET.cores)))]
+    cuts += [(f"a film alone, the largest first; {size} photos", films_first(files, size)) for size in (100, 1000)]
     for name, shards in cuts:
-        well = simulate(files, shards, even, figures)
-        slow = simulate(files, shards, dataclasses.replace(even, slow={0: 2.0}), figures)
-        losing = dataclasses.replace(even, losses=((well.seconds / 2, 0),), noticed=NOTICED)
+        well = simulate(files, shards, FLEET, figures)
+        slow = simulate(files, shards, dataclasses.replace(FLEET, slow={0: 2.0}), figures)
+        losing = dataclasses.replace(FLEET, losses=((well.seconds / 2, 0),), noticed=NOTICED)
         lost = simulate(files, shards, losing, figures)
         row(name, hours(well.seconds), f"{well.overhead / 3600:.1f}", hours(slow.seconds), hours(lost.seconds),
             f"{lost.lost / 3600:.2f}")
     print()
 
+
+def print_losses(files, figures):
     back = 600.0
     head(f"machines are lost, and back in {back / 60:g} minutes", "losses", "takes", "core hours lost", "files begun again")
     shards = films_first(files, 100)
-    for name, mean in (("never", math.inf), ("each once in 24 h", 86400), ("each once in 4 h", 14400),
-                       ("each once an hour", 3600)):
-        losses = lose_at_random(machines, mean, back, 10 * work / machines / cores) if mean < math.inf else ()
-        fleet = dataclasses.replace(even, losses=losses, noticed=NOTICED, back=back)
+    long_enough = 10 * sum(file.seconds for file in files) / (FLEET.machines * FLEET.cores)
+    for mean in (24, 4, 1):
+        losses = lose_at_random(FLEET.machines, mean * 3600, back, long_enough)
+        fleet = dataclasses.replace(FLEET, losses=losses, noticed=NOTICED, back=back)
         outcome = simulate(files, shards, fleet, figures)
-        row(name, sum(at < outcome.seconds for at, _ in losses), hours(outcome.seconds), f"{outcome.lost / 3600:.2f}",
-            outcome.again)
+        row(f"each once in {mean} h", sum(at < outcome.seconds for at, _ in losses), hours(outcome.seconds),
+            f"{outcome.lost / 3600:.2f}", outcome.again)
 
 
 if __name__ == "__main__":
