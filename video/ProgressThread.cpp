@@ -22,7 +22,9 @@ std::optional<float> progressIn(const QByteArray& line, float durationMs)
     const QList<QByteArray> parts = line.split('=');
     if (parts.size() != 2 || parts[0] != "out_time_us" || !(durationMs > 0))
         return std::nullopt;
-    return std::abs(parts[1].toFloat()) / 1000.0F / durationMs;
+    const float microseconds = parts[1].toFloat();
+    // To Qt "nan" is a number; it counts as any other text.
+    return std::isnan(microseconds) ? 0.0F : std::abs(microseconds) / 1000.0F / durationMs;
 }
 
 ProgressThread::ProgressThread(float duration, QString progressFilePath)
@@ -136,7 +138,6 @@ void ProgressThread::run()
         file.remove();
 }
 
-// Reads on and tells what a whole line says; false where there is none, or none any more.
 bool ProgressThread::readLine(QFile& file, QByteArray& line)
 {
     const QMutexLocker reporting(&mReporting);

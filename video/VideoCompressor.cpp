@@ -127,6 +127,9 @@ void VideoCompressor::stop()
     }
     if (mProcess && mProcess->mayHaveOutput())
         mNames.removeOutput();
+    // A killed encoder may yet have made it behind the monitor's end.
+    if (QFile::exists(mProgressFilePath))
+        QFile::remove(mProgressFilePath);
     mState = Failed;
 }
 
