@@ -19,3 +19,7 @@ if(VXC_SANITIZE)
     add_compile_options(-fsanitize=${VXC_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${VXC_SANITIZE})
 endif()
+if(VXC_FUZZ)
+    # Only the targets of tests/fuzz bring the fuzzer itself, and its main().
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -4,9 +4,18 @@
 #include <QMap>
 #include <QString>
 
+#include <limits>
+
 /// What the streams of many runs say in all. A file counts once, whatever many runs have done to it.
 struct Findings
 {
+    /// Sums end at the largest number: what a stream says need not be true.
+    static void add(qint64& sum, qint64 more)
+    {
+        sum =
+            sum > std::numeric_limits<qint64>::max() - more ? std::numeric_limits<qint64>::max() : sum + more;
+    }
+
     struct Kind
     {
         qint64 files = 0; ///< delivered and kept ones
@@ -69,7 +78,7 @@ struct Findings
         for (const Machine& machine : machines) {
             sum.runs += machine.runs;
             sum.files += machine.files;
-            sum.bytes += machine.bytes;
+            add(sum.bytes, machine.bytes);
             sum.coreSeconds += machine.coreSeconds;
         }
         return sum;

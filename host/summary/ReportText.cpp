@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 #include "host/report/ResultText.h"
 #include "host/report/SizeText.h"
 
@@ -46,7 +48,7 @@ QString runs(const Findings& sum)
 QString throughput(const Findings::Machine& machine)
 {
     return u"%1 files, %2 a core and second"_s.arg(machine.filesPerCoreSecond(), 0, 'g', 3)
-        .arg(sizeText(qint64(machine.bytesPerCoreSecond())));
+        .arg(sizeText(qint64(std::min(machine.bytesPerCoreSecond(), 1e18))));
 }
 
 } // namespace ReportWords

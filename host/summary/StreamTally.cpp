@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 
 #include "host/report/PathText.h"
 #include "host/system/NativePath.h"
@@ -13,6 +14,7 @@ namespace {
 
 constexpr qsizetype kMaxSlowest = 20;
 constexpr qsizetype kDurations = 16;
+constexpr qint64 kMostCores = 1'000'000;
 
 QJsonObject objectIn(const QByteArray& text)
 {
@@ -23,6 +25,13 @@ QJsonObject objectIn(const QByteArray& text)
 qint64 whole(const QJsonObject& object, QLatin1StringView name)
 {
     return std::max<qint64>(object.value(name).toInteger(), 0);
+}
+
+// A stream tells whole milliseconds, of less than some thirty years.
+double secondsIn(const QJsonObject& object)
+{
+    const double seconds = std::clamp(object.value("seconds"_L1).toDouble(), 0.0, 1e9);
+    return std::round(seconds * 1000) / 1000;
 }
 
 // Failures and the rest, where a name may have come with any byte.
@@ -44,7 +53,7 @@ bool StreamTally::addLine(const QByteArray& line)
     // The beginning of a line that was cut, with what the next run wrote behind it.
     for (qsizetype at = trimmed.indexOf('{', 1); at > 0 && object.isEmpty();
          at = trimmed.indexOf('{', at + 1))
-        object = objectIn(trimmed.mid(at));
+        object = objectIn(QByteArray::fromRawData(trimmed.constData() + at, trimmed.size() - at));
     if (trimmed.startsWith('{'))
         ++mSum.cutLines;
     else
@@ -80,7 +89,7 @@ void StreamTally::begin(const QJsonObject& object)
     mIsOpen = true;
     ++mSum.runs;
     mRun.host = text(object, "host"_L1);
-    mRun.cores = int(std::max<qint64>(whole(object, "cores"_L1), 1));
+    mRun.cores = int(std::clamp<qint64>(whole(object, "cores"_L1), 1, kMostCores));
     mRun.began = QDateTime::fromString(object.value("began"_L1).toString(), Qt::ISODateWithMs);
     ++mSum.machines[mRun.host].runs;
     if (mRun.began.isValid() && (!mFirst.isValid() || mRun.began < mFirst))
@@ -105,12 +114,12 @@ void StreamTally::addEnd(const QJsonObject& object)
     record.before = whole(object, "bytesBefore"_L1);
     // What is not worth it stays as it is.
     record.after = record.end == End::NotWorth ? record.before : whole(object, "bytesAfter"_L1);
-    record.seconds = float(object.value("seconds"_L1).toDouble());
+    record.seconds = float(secondsIn(object));
     record.kind = kindOf(object);
     note(keyOf(object), record);
     if (record.end != End::Skipped) {
         ++mRun.files;
-        mRun.bytes += record.before;
+        Findings::add(mRun.bytes, record.before);
     }
 }
 
@@ -129,11 +138,11 @@ void StreamTally::addError(const QJsonObject& object)
 
 void StreamTally::addSummary(const QJsonObject& object)
 {
-    const double seconds = std::max(object.value("seconds"_L1).toDouble(), 0.0);
+    const double seconds = secondsIn(object);
     if (mIsOpen) {
         Findings::Machine& machine = mSum.machines[mRun.host];
         machine.files += mRun.files;
-        machine.bytes += mRun.bytes;
+        Findings::add(machine.bytes, mRun.bytes);
         machine.coreSeconds += seconds * mRun.cores;
         const QDateTime ended = mRun.began.addMSecs(qint64(seconds * 1000));
         if (ended.isValid() && (!mLast.isValid() || ended > mLast))
@@ -207,12 +216,12 @@ void StreamTally::countFile(Findings& sum, const Record& record, const QStringLi
         ++sum.delivered;
         break;
     }
-    sum.bytesBefore += record.before;
-    sum.bytesAfter += record.after;
+    Findings::add(sum.bytesBefore, record.before);
+    Findings::add(sum.bytesAfter, record.after);
     Findings::Kind& kind = sum.kinds[kinds.value(record.kind)];
     ++kind.files;
-    kind.bytesBefore += record.before;
-    kind.bytesAfter += record.after;
+    Findings::add(kind.bytesBefore, record.before);
+    Findings::add(kind.bytesAfter, record.after);
     kind.seconds += double(record.seconds);
     qsizetype duration = 0;
     for (double limit = Findings::kFirstDuration;

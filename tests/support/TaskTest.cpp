@@ -6,7 +6,30 @@
 
 #include "compressor/CompressorEntry.h"
 
+#ifdef __SANITIZE_THREAD__
+#include <cstdarg>
+#include <sched.h>
+#endif
+
 using namespace Qt::StringLiterals;
+
+#ifdef __SANITIZE_THREAD__
+extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
+
+// Stands before the thread sanitizer's, which takes every clone() for a fork(): QProcess shares this process's memory with
+// the child up to its exec, and the sanitizer would forget all other threads there.
+extern "C" __attribute__((visibility("default"))) int clone(int (*function)(void*), void* stack, int flags,
+                                                            void* argument, ...)
+{
+    va_list more;
+    va_start(more, argument);
+    auto* const parent = va_arg(more, pid_t*);
+    auto* const storage = va_arg(more, void*);
+    auto* const child = va_arg(more, pid_t*);
+    va_end(more);
+    return __clone(function, stack, flags, argument, parent, storage, child);
+}
+#endif
 
 static QtMessageHandler others = nullptr;
 

@@ -91,7 +91,8 @@ class TaskStressTest : public TaskTest
             const qsizetype told = probe.finishes.size();
             probe.task.reset();
             QTest::qWait(random.bounded(20));
-            expect(probe.finishes.size() == told && told <= 1, "nothing is told behind a release", kind, deed);
+            expect(probe.finishes.size() == told && told <= 1, "nothing is told behind a release", kind,
+                   deed);
             return;
         }
         expect(waitFor(probe, deed == StartInSlot ? 2 : runs), "it ends", kind, deed);

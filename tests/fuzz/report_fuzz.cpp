@@ -1,0 +1,68 @@
+// Any bytes as what runs wrote with --json: the report of them is whole in each of its forms.
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+
+#include "host/Options.h"
+#include "host/summary/ReportCommand.h"
+#include "tests/fuzz/Stdout.h"
+
+using Fuzz::require;
+
+namespace {
+
+void checkJson(const QByteArray& line)
+{
+    const QJsonObject sum = QJsonDocument::fromJson(line).object();
+    require(sum.value(u"type") == QStringLiteral("report") && line.count('\n') == 1,
+            "one object in one line");
+    qint64 files = 0;
+    for (const char* end : {"delivered", "kept", "skipped", "foreseen", "failed", "unfinished"})
+        files += sum.value(QLatin1String(end)).toInteger(-1);
+    require(files == sum.value(u"files").toInteger(), "every file has one end");
+    for (const char* name : {"runs", "seconds", "bytesBefore", "bytesAfter", "coreSeconds",
+                             "filesPerCoreSecond", "bytesPerCoreSecond"}) {
+        const QJsonValue value = sum.value(QLatin1String(name));
+        if (!value.isDouble() || value.toDouble() < 0)
+            std::fprintf(stderr, "%s\n", name);
+        require(value.isDouble() && value.toDouble() >= 0, "a sum is a number, and not negative");
+    }
+}
+
+void checkPage(const QString& path)
+{
+    QFile file(path);
+    require(file.open(QIODevice::ReadOnly), "there is a page");
+    QXmlStreamReader page(&file);
+    while (!page.atEnd())
+        page.readNext();
+    if (page.hasError())
+        std::fprintf(stderr, "%s\n", qPrintable(page.errorString()));
+    require(!page.hasError(), "the page is well-formed");
+    file.remove();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static Fuzz::Stdout output;
+    const Fuzz::Input input(data, size);
+    const QString stream = Fuzz::write(QStringLiteral("runs.ndjson"), input.rest());
+    const QString page = Fuzz::scratch(QStringLiteral("page.html"));
+    const QString name = QStringLiteral("vxcompress");
+    const QString report = QStringLiteral("report");
+    const int status =
+        runReport({name, report, QStringLiteral("--json"), QStringLiteral("--html"), page, stream});
+    const QByteArray json = output.take();
+    require(status == kDelivered || (status == kUsage && json.isEmpty()), "a report, or none");
+    if (status != kDelivered)
+        return 0;
+    checkJson(json);
+    checkPage(page);
+    require(runReport({name, report, stream}) == kDelivered, "for people, too");
+    const QByteArray text = output.take();
+    require(std::none_of(text.begin(), text.end(), [](char c) { return uchar(c) < ' ' && c != '\n'; }),
+            "no control character reaches the terminal");
+    return 0;
+}
