@@ -49,7 +49,7 @@ public:
     {
         const auto* const at = std::find(mData, mData + mSize, static_cast<uint8_t>(end));
         const auto length = at - mData;
-        const QByteArray found(reinterpret_cast<const char*>(mData), length);
+        QByteArray found(reinterpret_cast<const char*>(mData), length);
         mSize -= std::min(mSize, static_cast<size_t>(length) + 1);
         mData = mSize > 0 ? at + 1 : at;
         return found;

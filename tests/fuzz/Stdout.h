@@ -20,7 +20,7 @@ public:
     QByteArray take()
     {
         mFile.seek(0);
-        const QByteArray text = mFile.readAll();
+        QByteArray text = mFile.readAll();
         require(mFile.resize(0) && mFile.seek(0), "standard output is empty again");
         return text;
     }

@@ -47,7 +47,7 @@ public:
     QList<Run> runs() const
     {
         QList<Run> found;
-        for (const QFileInfo& info : records("*.arguments")) {
+        for (const QFileInfo& info : records("*.arguments", QDir::Time | QDir::Reversed)) {
             QStringList words =
                 QString::fromLocal8Bit(TestFolder::read(info.filePath())).chopped(1).split(u'\n');
             words[0] = QFileInfo(words[0]).completeBaseName();
@@ -68,10 +68,9 @@ public:
     }
 
 private:
-    QFileInfoList records(const char* pattern) const
+    QFileInfoList records(const char* pattern, QDir::SortFlags order = QDir::Unsorted) const
     {
-        return QDir(mRecords.path(), QLatin1String(pattern), QDir::Time | QDir::Reversed, QDir::Files)
-            .entryInfoList();
+        return QDir(mRecords.path(), QLatin1String(pattern), order, QDir::Files).entryInfoList();
     }
 
     // Beside the program: a test looks for what is left in the temporary location.

@@ -4,6 +4,8 @@
 #include <QRegularExpression>
 #include <QThread>
 
+#include <atomic>
+
 #include "compressor/CompressorEntry.h"
 
 #ifdef __SANITIZE_THREAD__
@@ -31,7 +33,7 @@ extern "C" __attribute__((visibility("default"))) int clone(int (*function)(void
 }
 #endif
 
-static QtMessageHandler others = nullptr;
+static std::atomic<QtMessageHandler> others = nullptr;
 
 const QByteArray TaskTest::kSource =
     "YUV4MPEG2 W8 H8 F25:1 Ip A1:1 C420jpeg\n" + ("FRAME\n" + QByteArray(8 * 8 * 3 / 2, 'g')).repeated(50);
@@ -135,7 +137,7 @@ void TaskTest::init()
     others =
         qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& line) {
             if (type != QtDebugMsg)
-                others(type, context, line);
+                others.load()(type, context, line);
             else if (QThread::currentThread() == qApp->thread())
                 debugLines.append(line);
         });

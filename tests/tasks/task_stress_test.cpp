@@ -5,6 +5,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <chrono>
 #include <latch>
 #include <mutex>
 #include <vector>
@@ -131,7 +132,7 @@ private slots:
         bool isSet = false;
         const int seconds = qEnvironmentVariableIntValue("VXC_STRESS_SECONDS", &isSet);
         fake->delay(5).set("FAKE_PROGRESS", "out_time_us=500000\n|10|out_time_us=1000000\nprogress=end\n");
-        const QDeadlineTimer end((isSet ? seconds : 2) * 1000);
+        const QDeadlineTimer end(std::chrono::seconds(isSet ? seconds : 2));
         std::vector<std::unique_ptr<QThread>> threads;
         for (int number = 0; number < kThreads; ++number) {
             threads.emplace_back(QThread::create([this, number, end] { work(number, end); }));
