@@ -1,8 +1,6 @@
 // Real files and resources: which open, what they say of themselves, their packets.
 #include <QFileInfo>
-#include <QLibraryInfo>
 #include <QLoggingCategory>
-#include <QProcess>
 #include <QResource>
 
 #include <limits>
@@ -81,24 +79,8 @@ class DemuxFilesTest : public QObject
     Q_OBJECT
 
 private slots:
-    // Some sources are resources too.
-    void initTestCase()
-    {
-        const TestFolder folder;
-        QByteArray list;
-        for (const char* name :
-             {"mp4-moov-last.mp4", "truncated.mp4", "empty.mp4", "garbage.mp4", "cover-before.mp4",
-              "subs-mixed.mkv", "avi.avi", "wmv-3.wmv", "vob-chain.vob", "raw.h264"})
-            list += "<file alias=\"" + QByteArray(name) + "\">" + media(name).toHtmlEscaped().toUtf8() +
-                    "</file>";
-        folder.write(u"media.qrc"_s, "<RCC><qresource>" + list + "</qresource></RCC>");
-        const QString rcc = QLibraryInfo::path(QLibraryInfo::LibraryExecutablesPath) + u"/rcc"_s;
-        mResources = folder.path(u"media.rcc"_s);
-        QCOMPARE(QProcess::execute(rcc, {u"--binary"_s, u"-o"_s, mResources, folder.path(u"media.qrc"_s)}),
-                 0);
-        QVERIFY(QResource::registerResource(mResources));
-    }
-    void cleanupTestCase() { QVERIFY(QResource::unregisterResource(mResources)); }
+    void initTestCase() { QVERIFY(QResource::registerResource(QStringLiteral(VXC_RESOURCES))); }
+    void cleanupTestCase() { QVERIFY(QResource::unregisterResource(QStringLiteral(VXC_RESOURCES))); }
 
     void opens_data() { addRows(kOpens); }
     void opens()
@@ -311,9 +293,6 @@ private slots:
         demuxer.seek(0, 1);
         QCOMPARE(readAll(demuxer), rest);
     }
-
-private:
-    QString mResources;
 };
 
 QTEST_GUILESS_MAIN(DemuxFilesTest)

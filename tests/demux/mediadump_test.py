@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""What mediadump says of real sources against ffprobe, and a chain's timeline: mediadump_test.py MEDIADUMP MEDIA"""
+"""What mediadump says of real sources against ffprobe, and a chain's timeline: mediadump_test.py MEDIA MEDIADUMP"""
 import json
 import re
 import subprocess
 import sys
 
-program, media = sys.argv[1:]
+media, *program = sys.argv[1:]
 KINDS = {"video": 0, "audio": 1, "subtitle": 3}
 CODECS = {"h264": 27, "aac": 86018, "mpeg4": 12, "mpeg2video": 2, "ac3": 86019, "png": 61, "vorbis": 86021,
           "mp3": 86017, "wmv2": 18, "wmav2": 86024}
@@ -13,7 +13,7 @@ FORMATS = {"yuv420p": 0, "yuvj420p": 12, "rgb24": 2, "yuv444p": 5, "fltp": 8}
 
 
 def run(*arguments):
-    done = subprocess.run([program, *arguments], capture_output=True, text=True, check=False)
+    done = subprocess.run([*program, *arguments], capture_output=True, text=True, check=False)
     return done.returncode, [json.loads(line) for line in done.stdout.splitlines()], done.stderr
 
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tests/support/TestFolder.h"
+#include "tests/support/TestSystem.h"
 
 /// What the fake encoders do for as long as this object lives, and what they did. One at a time.
 class FakeEncoder
@@ -49,7 +50,7 @@ public:
         QList<Run> found;
         for (const QFileInfo& info : records("*.arguments", QDir::Time | QDir::Reversed)) {
             QStringList words =
-                QString::fromLocal8Bit(TestFolder::read(info.filePath())).chopped(1).split(u'\n');
+                QString::fromUtf8(TestFolder::read(info.filePath())).chopped(1).split(u'\n');
             words[0] = QFileInfo(words[0]).completeBaseName();
             found.append({info.baseName().toInt(), words});
         }
@@ -62,8 +63,7 @@ public:
     {
         const QFileInfoList all = records("*.arguments");
         return std::none_of(all.begin(), all.end(), [](const QFileInfo& info) {
-            const QByteArray state = TestFolder::read(QStringLiteral("/proc/%1/stat").arg(info.baseName()));
-            return !state.isEmpty() && !state.contains(") Z ");
+            return TestSystem::isRunning(info.baseName().toInt());
         });
     }
 

@@ -45,14 +45,13 @@ public:
         return QDir(path(name))
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     }
-
-private:
     static void useTemporary(const QString& path)
     {
         for (const char* variable : {"TMPDIR", "TMP"}) // of Unix, of Windows
             qputenv(variable, QFile::encodeName(path));
     }
 
+private:
     const QString mBefore = QDir::tempPath();
     const QString mQuote =
         QSysInfo::kernelType() == QLatin1String("winnt") ? QString() : QStringLiteral("\"");

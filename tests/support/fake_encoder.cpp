@@ -26,6 +26,10 @@
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
+#elif defined(_WIN32)
+#include <windows.h> // before the other
+
+#include <shellapi.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -39,11 +43,31 @@ static std::string setting(const char* name, const char* otherwise = "")
     return value ? value : otherwise;
 }
 
+// In UTF-8, which is what the standard library makes paths of.
+static std::vector<std::string> wordsOf(int argc, char** argv)
+{
+#ifdef _WIN32
+    // ffmpeg asks the system for its command line; the others take main()'s, which is in the process's code page.
+    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &argc);
+    const bool isWide = fs::path(wide[0]).stem() == "ffmpeg";
+    std::vector<std::string> found;
+    for (int i = 0; i < argc; ++i) {
+        std::wstring word = wide[i];
+        if (!isWide)
+            word.resize(MultiByteToWideChar(CP_ACP, 0, argv[i], -1, word.data(), int(word.size()) + 1));
+        found.push_back(fs::path(word.c_str()).string());
+    }
+    return found;
+#else
+    return {argv, argv + argc};
+#endif
+}
+
 // Under another name first: whoever finds the file finds it whole.
 static void record(const char* suffix)
 {
     const std::string file = setting("FAKE_RECORD") + '/' + std::to_string(getpid()) + suffix;
-    std::ofstream draft(file + ".draft", std::ios::binary);
+    std::ofstream draft(fs::path(file + ".draft"), std::ios::binary);
     for (const std::string& word : words)
         draft << word << '\n';
     draft.close();
@@ -84,7 +108,7 @@ static bool writeOutput(const std::string& size)
     std::string content;
     if (size.starts_with('/')) {
         const std::string result = size + (tool == "cJpeg" ? ".jpg" : fs::path(output).extension().string());
-        std::ifstream model(fs::exists(result) ? result : source, std::ios::binary);
+        std::ifstream model(fs::path(fs::exists(result) ? result : source), std::ios::binary);
         content.assign(std::istreambuf_iterator<char>(model), {});
         if (!model)
             return false;
@@ -92,7 +116,7 @@ static bool writeOutput(const std::string& size)
         const size_t whole = fs::exists(source) ? fs::file_size(source) : 0;
         content.assign(size == "empty" ? 0 : size == "half" ? whole / 2 : whole + std::stoi(size), 'x');
     }
-    std::ofstream file(setting("FAKE_STRAY").empty() ? output : output + ".stray", std::ios::binary);
+    std::ofstream file(fs::path(setting("FAKE_STRAY").empty() ? output : output + ".stray"), std::ios::binary);
     file << content.substr(0, content.size() / 2) << std::flush;
     reach("half");
     file << content.substr(content.size() / 2);
@@ -102,7 +126,7 @@ static bool writeOutput(const std::string& size)
 
 static void writeProgress()
 {
-    std::ofstream file(behind("-progress"), std::ios::binary);
+    std::ofstream file(fs::path(behind("-progress")), std::ios::binary);
     std::istringstream pieces(setting("FAKE_PROGRESS"));
     std::string piece;
     for (bool isPause = false; std::getline(pieces, piece, '|'); isPause = !isPause) {
@@ -136,7 +160,7 @@ static void becomeDeaf(std::chrono::milliseconds length)
 
 int main(int argc, char** argv)
 {
-    words.assign(argv, argv + argc);
+    words = wordsOf(argc, argv);
 #ifdef __linux__
     if (const int ms = std::stoi(setting("FAKE_DEAF_MS", "0")))
         becomeDeaf(ms * 1ms);

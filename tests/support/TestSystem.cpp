@@ -1,0 +1,122 @@
+#include "tests/support/TestSystem.h"
+
+#include <QFile>
+#include <QHash>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#else
+#include <qt_windows.h>
+#endif
+
+namespace TestSystem {
+
+#ifdef Q_OS_UNIX
+
+const char* reasonAgainst(const QStringList&)
+{
+    return nullptr;
+}
+
+const char* reasonAgainstName(const QString&)
+{
+    return nullptr;
+}
+
+bool isRunning(int processId)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(processId));
+    return file.open(QIODevice::ReadOnly) && !file.readAll().contains(") Z ");
+}
+
+bool sendSignal(int processId, int signal)
+{
+    return kill(processId, signal) == 0;
+}
+
+bool makePipe(const QString& path)
+{
+    return mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+}
+
+bool alias(const QString& file, const QString& name)
+{
+    return QFile::link(file, name);
+}
+
+bool isPrivate(const QFileInfo& file)
+{
+    return (file.permissions() & (QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                                  QFile::WriteOther | QFile::ExeOther)) == 0;
+}
+
+void limitFiles(const QString& bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes.isEmpty() ? RLIM_INFINITY : bytes.toULong(), RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+#else
+
+const char* reasonAgainst(const QStringList& things)
+{
+    static const QHash<QString, const char*> kReasons{
+        {QStringLiteral("kill"), "there are no signals"},
+        {QStringLiteral("late"), "nothing can hold the end of a process up"},
+        {QStringLiteral("limit"), "there is no limit on what a process writes"},
+        {QStringLiteral("pipe"), "pipes lie apart from files"},
+        {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
+    };
+    for (const QString& thing : things) {
+        if (const char* const reason = kReasons.value(thing))
+            return reason;
+    }
+    return nullptr;
+}
+
+const char* reasonAgainstName(const QString& name)
+{
+    for (const QChar letter : name) {
+        if (QStringLiteral("\\:*?\"<>|").contains(letter))
+            return "no file can have such a name";
+    }
+    return nullptr;
+}
+
+bool isRunning(int processId)
+{
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(processId));
+    const bool isAlive = process && WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+    if (process)
+        CloseHandle(process);
+    return isAlive;
+}
+
+bool sendSignal(int, int)
+{
+    return false;
+}
+
+bool makePipe(const QString&)
+{
+    return false;
+}
+
+bool alias(const QString& file, const QString& name)
+{
+    return QFile::copy(file, name);
+}
+
+bool isPrivate(const QFileInfo&)
+{
+    return true;
+}
+
+void limitFiles(const QString&) {}
+
+#endif
+
+} // namespace TestSystem
