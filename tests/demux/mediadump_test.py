@@ -6,10 +6,12 @@ import subprocess
 import sys
 
 media, *program = sys.argv[1:]
+# It lies beside mediadump.
+prober = [*program[:-1], re.sub("mediadump([.]exe)?$", r"ffprobe\1", program[-1])]
 KINDS = {"video": 0, "audio": 1, "subtitle": 3}
 CODECS = {"h264": 27, "aac": 86018, "mpeg4": 12, "mpeg2video": 2, "ac3": 86019, "png": 61, "vorbis": 86021,
           "mp3": 86017, "wmv2": 18, "wmav2": 86024}
-FORMATS = {"yuv420p": 0, "yuvj420p": 12, "rgb24": 2, "yuv444p": 5, "fltp": 8}
+FORMATS = {"yuv420p": 0, "yuvj420p": 12, "rgb24": 2, "yuv444p": 5, "s16p": 6, "fltp": 8}
 
 
 def run(*arguments):
@@ -18,7 +20,7 @@ def run(*arguments):
 
 
 def ffprobe(*arguments):
-    return json.loads(subprocess.check_output(["ffprobe", "-v", "quiet", "-of", "json", *arguments]))
+    return json.loads(subprocess.check_output([*prober, "-v", "quiet", "-of", "json", *arguments]))
 
 
 def same(found, expected, *where):

@@ -48,9 +48,9 @@ private slots:
         QVERIFY(QDir().mkpath(path(u"media"_s)));
         for (const QString& name : QDir(qEnvironmentVariable("VXC_TEST_MEDIA")).entryList(QDir::Files))
             QVERIFY(TestSystem::alias(media(name), path(u"media/"_s + name)));
-        for (const auto& name : {u"a.jpg"_s, u"a.png"_s, u"a.gif"_s, u"a.webp"_s, u"a.bmp"_s})
-            QVERIFY(ffmpeg(u"-f lavfi -i testsrc2=s=64x48 -frames:v 1 "_s + name));
-        QVERIFY(ffmpeg(u"-f lavfi -i color=red@0.5:s=64x48,format=rgba -frames:v 1 alpha.webp"_s));
+        for (const auto& name :
+             {u"a.jpg"_s, u"a.png"_s, u"a.gif"_s, u"a.webp"_s, u"a.bmp"_s, u"alpha.webp"_s})
+            QVERIFY(QFile::copy(media(name), path(name)));
         const auto exif =
             "FFE100264578696600004949 2A00080000000100120103000100000006000000 00000000 FFD8FFD9";
         const auto profile = "FFE200944943435F50524F46494C4500 010100000084"; // and 128 bytes
@@ -95,7 +95,7 @@ private slots:
         timer.start();
         QCOMPARE(inspect(u"zeros.vob"_s).kind, MediaKind::Unknown);
         QCOMPARE(inspect(u"text.jpg"_s).kind, MediaKind::Unknown);
-        if (QProcess::execute(u"mkfifo"_s, {path(u"pipe.png"_s)}) == 0)
+        if (TestSystem::makePipe(path(u"pipe.png"_s)))
             QCOMPARE(inspect(u"pipe.png"_s).kind, MediaKind::NotRegular);
         QVERIFY(timer.elapsed() < 1000);
         QVERIFY(!probe(u"zeros.vob"_s).error.isEmpty());
@@ -106,6 +106,8 @@ private slots:
     // Pixels and sources stay as they are, and so does the result when there is nothing to read.
     void metadataSurvives()
     {
+        if (!VXC_HAS_METADATA)
+            QSKIP("built without exiv2");
         QVERIFY(ffmpeg(u"-i photo.jpg -c:v libwebp turned.webp"_s));
         const SourceFacts source = inspect(u"photo.jpg"_s);
         const QByteArray sourceBytes = bytes(u"photo.jpg"_s);

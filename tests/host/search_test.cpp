@@ -8,6 +8,7 @@
 #include "host/search/SizeSearch.h"
 #include "host/search/SsimSearch.h"
 #include "tests/support/TestFolder.h"
+#include "tests/support/TestSystem.h"
 
 using namespace Qt::StringLiterals;
 using Model = double (*)(double);
@@ -115,6 +116,9 @@ private slots:
     // likeness.
     void likenessIsMeasured()
     {
+        if (const char* const reason =
+                TestSystem::reasonAgainstFfmpeg({u"nut"_s, u"life"_s, u"lutrgb"_s, u"colorchannelmixer"_s}))
+            QSKIP(reason);
         const QTemporaryDir folder;
         const QString film =
             u"-f lavfi -i life=s=96x64:seed=3:mold=10 -f lavfi -i sine -t 1 -qp 0 -pix_fmt yuv420p "_s;

@@ -93,6 +93,10 @@ run -i $film -vn -c copy sound-only.m4a
 run -f lavfi -i "testsrc2=s=320x240,noise=alls=20" -frames:v 1 photo.png
 run -i photo.png -q:v 1 photo.jpg
 run -i photo.png -q:v 31 photo-poor.jpg
+for kind in jpg png gif webp bmp; do
+    run -f lavfi -i testsrc2=s=64x48 -frames:v 1 "a.$kind"
+done
+run -f lavfi -i color=red@0.5:s=64x48,format=rgba -frames:v 1 alpha.webp
 
 # Damaged ones: the first opens and ends early, the others don't open
 head -c 200000 mp4-moov-first.mp4 >truncated-moov-first.mp4

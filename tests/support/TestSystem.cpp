@@ -1,7 +1,10 @@
 #include "tests/support/TestSystem.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QHash>
+#include <QProcess>
+#include <QSet>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
@@ -12,6 +15,29 @@
 #endif
 
 namespace TestSystem {
+
+const char* reasonAgainstFfmpeg(const QStringList& parts)
+{
+    static const QSet<QString> kParts = [] {
+        QString lists;
+        for (const char* list : {"-encoders", "-muxers", "-filters"}) {
+            QProcess process;
+            process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
+                          {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
+            process.waitForFinished();
+            lists += QString::fromLatin1(process.readAllStandardOutput());
+        }
+        const QStringList words = lists.simplified().split(u' ');
+        return QSet<QString>(words.begin(), words.end());
+    }();
+    static QByteArray reason;
+    for (const QString& part : parts) {
+        reason = "this ffmpeg has no " + part.toLatin1();
+        if (!part.isEmpty() && !kParts.contains(part))
+            return reason.constData();
+    }
+    return nullptr;
+}
 
 #ifdef Q_OS_UNIX
 

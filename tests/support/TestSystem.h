@@ -10,6 +10,8 @@ namespace TestSystem {
 const char* reasonAgainst(const QStringList& things);
 /// Why no file here can have that name; null where one can.
 const char* reasonAgainstName(const QString& name);
+/// What the ffmpeg beside the program has not of some encoders, formats and filters; null where it has all.
+const char* reasonAgainstFfmpeg(const QStringList& parts);
 
 bool isRunning(int processId);
 /// False where there are no signals.
