@@ -43,7 +43,12 @@ static std::string setting(const char* name, const char* otherwise = "")
     return value ? value : otherwise;
 }
 
-// In UTF-8, which is what the standard library makes paths of.
+// Words are in UTF-8, whatever the system.
+static fs::path pathOf(const std::string& word)
+{
+    return std::u8string(word.begin(), word.end());
+}
+
 static std::vector<std::string> wordsOf(int argc, char** argv)
 {
 #ifdef _WIN32
@@ -67,11 +72,11 @@ static std::vector<std::string> wordsOf(int argc, char** argv)
 static void record(const char* suffix)
 {
     const std::string file = setting("FAKE_RECORD") + '/' + std::to_string(getpid()) + suffix;
-    std::ofstream draft(fs::path(file + ".draft"), std::ios::binary);
+    std::ofstream draft(pathOf(file + ".draft"), std::ios::binary);
     for (const std::string& word : words)
         draft << word << '\n';
     draft.close();
-    fs::rename(file + ".draft", file);
+    fs::rename(pathOf(file + ".draft"), pathOf(file));
 }
 
 static std::string behind(const char* option)
@@ -89,7 +94,8 @@ static void reach(const std::string& moment)
         std::raise(SIGTERM); // which leaves no core
     // A forgotten one ends by itself.
     for (int i = 0;
-         setting("FAKE_END") == "hang" && i < 60000 && !fs::exists(setting("FAKE_RECORD") + "/open"); ++i)
+         setting("FAKE_END") == "hang" && i < 60000 && !fs::exists(pathOf(setting("FAKE_RECORD") + "/open"));
+         ++i)
         std::this_thread::sleep_for(2ms);
 }
 
@@ -97,7 +103,7 @@ static bool writeOutput(const std::string& size)
 {
     if (size == "none" || words.size() < 4)
         return true;
-    const std::string tool = fs::path(words[0]).stem().string();
+    const std::string tool = pathOf(words[0]).stem().string();
     // pngquant's source and ffmpeg's output have an option and a path behind them, or nothing.
     const bool isLast = tool == "cJpeg" || (tool == "ffmpeg" && behind("-progress").empty());
     const std::string last = words[words.size() - (isLast ? 1 : 3)];
@@ -107,16 +113,16 @@ static bool writeOutput(const std::string& size)
                                                     : last;
     std::string content;
     if (size.starts_with('/')) {
-        const std::string result = size + (tool == "cJpeg" ? ".jpg" : fs::path(output).extension().string());
-        std::ifstream model(fs::path(fs::exists(result) ? result : source), std::ios::binary);
+        const std::string result = size + (tool == "cJpeg" ? ".jpg" : pathOf(output).extension().string());
+        std::ifstream model(pathOf(fs::exists(pathOf(result)) ? result : source), std::ios::binary);
         content.assign(std::istreambuf_iterator<char>(model), {});
         if (!model)
             return false;
     } else {
-        const size_t whole = fs::exists(source) ? fs::file_size(source) : 0;
+        const size_t whole = fs::exists(pathOf(source)) ? fs::file_size(pathOf(source)) : 0;
         content.assign(size == "empty" ? 0 : size == "half" ? whole / 2 : whole + std::stoi(size), 'x');
     }
-    std::ofstream file(fs::path(setting("FAKE_STRAY").empty() ? output : output + ".stray"), std::ios::binary);
+    std::ofstream file(pathOf(setting("FAKE_STRAY").empty() ? output : output + ".stray"), std::ios::binary);
     file << content.substr(0, content.size() / 2) << std::flush;
     reach("half");
     file << content.substr(content.size() / 2);
@@ -126,7 +132,7 @@ static bool writeOutput(const std::string& size)
 
 static void writeProgress()
 {
-    std::ofstream file(fs::path(behind("-progress")), std::ios::binary);
+    std::ofstream file(pathOf(behind("-progress")), std::ios::binary);
     std::istringstream pieces(setting("FAKE_PROGRESS"));
     std::string piece;
     for (bool isPause = false; std::getline(pieces, piece, '|'); isPause = !isPause) {

@@ -85,7 +85,7 @@ private slots:
         const auto line = [](int ms) { return "out_time_us=" + QByteArray::number(ms * 1000) + '\n'; };
         for (int i = 0; i < 200; ++i)
             folder->write(u"tmp/progress_%1.txt"_s.arg(i), line(lengthMs / 4) + "progress=end\n");
-        fake->set("FAKE_PROGRESS", line(lengthMs / 2) + line(lengthMs * 2) + "progress=continue\n").hang();
+        fake->set("FAKE_PROGRESS", line(lengthMs / 2) + line(lengthMs * 2) + "progress=end\n").hang();
         const auto probe = makeTask();
         QVERIFY(probe->begin());
         QTRY_COMPARE(probe->progress, QList<float>({0.5F, 1.0F}));
