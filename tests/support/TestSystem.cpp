@@ -41,9 +41,9 @@ const char* reasonAgainstFfmpeg(const QStringList& parts)
 
 #ifdef Q_OS_UNIX
 
-const char* reasonAgainst(const QStringList&)
+const char* reasonAgainst(const QStringList& things)
 {
-    return nullptr;
+    return things.contains(QStringLiteral("silent-kill")) ? "the system tells of a kill" : nullptr;
 }
 
 const char* reasonAgainstName(const QString&)
@@ -93,6 +93,7 @@ const char* reasonAgainst(const QStringList& things)
         {QStringLiteral("kill"), "there are no signals"},
         {QStringLiteral("late"), "nothing can hold the end of a process up"},
         {QStringLiteral("limit"), "there is no limit on what a process writes"},
+        {QStringLiteral("unmarked"), "ffmpeg's end without its marker counts as a kill"},
         {QStringLiteral("pipe"), "pipes lie apart from files"},
         {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
     };
@@ -109,7 +110,7 @@ const char* reasonAgainstName(const QString& name)
         if (QStringLiteral("\\:*?\"<>|").contains(letter))
             return "no file can have such a name";
     }
-    return nullptr;
+    return QStringView(name).isValidUtf16() ? nullptr : "under Wine no file can have such a name";
 }
 
 bool isRunning(int processId)
