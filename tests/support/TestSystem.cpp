@@ -95,6 +95,7 @@ const char* reasonAgainst(const QStringList& things)
         {QStringLiteral("limit"), "there is no limit on what a process writes"},
         {QStringLiteral("unmarked"), "ffmpeg's end without its marker counts as a kill"},
         {QStringLiteral("pipe"), "pipes lie apart from files"},
+        {QStringLiteral("untellable"), "no function of a test stands before the system's"},
         {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
     };
     for (const QString& thing : things) {

@@ -64,17 +64,21 @@ private slots:
         QCOMPARE(folder->leftovers(), QStringList());
     }
 
-    // A private photo stays private; the temporary location is made where it doesn't exist yet.
+    // A private photo stays private, and so does what takes its place; the temporary location is made where it
+    // doesn't exist yet.
     void deliveredSource_data() { eachKind({""}, Jpg, Webp); }
     void deliveredSource()
     {
         fake->write("+1");
         QVERIFY(QFile::setPermissions(source(), QFile::ReadOwner | QFile::WriteOwner));
         TestFolder::useTemporary(folder->path(u"tmp/not/yet"_s));
-        QVERIFY(makeTask()->run());
+        for (const QByteArray& content : {kSource, kResult}) {
+            QVERIFY(makeTask()->run());
+            QCOMPARE(atOutput(), content);
+            QVERIFY(TestSystem::isPrivate(QFileInfo(output())));
+            fake->reset();
+        }
         QVERIFY(kind().isDirect || QDir(folder->temporaryPath()).rmpath(u"not/yet"_s));
-        QCOMPARE(atOutput(), kSource);
-        QVERIFY(TestSystem::isPrivate(QFileInfo(output())));
     }
 
     // Files that an earlier process left under the names of this one's progress are not taken for it.
