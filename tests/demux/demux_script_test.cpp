@@ -77,17 +77,19 @@ sound that starts with pts loses them         | 1:0:100:105 1:10:200:none | 100/
 a frame without position is in no chapter     | 0:0:10 0:-1:11 0:20:12 0:30:5 0:-1:6 0:40:7 | 10 11 12 13/12 14/13 15/14
 a frame without position opens no chapter     | 0:10:10 0:20:11 0:-1:5 0:30:6 0:40:7 | 10 11 12/11 13/12 14/13
 a stream that comes later has chapters        | 0:0:100 9:10:700 9:20:5 0:30:50 | 100 700 5 101/100
+what was known of a place outlives it         | 0:0:0 0:4000:90000 0:2000:9 0:6000:90009 0:9000:none 0:2500:none:50 | 0 90000 9 180001/180000 none none/50
 the end of time traps                         | 0:0:min 0:10:max 0:20:5 | -9223372036854775807 9223372036854775807 none/9223372036854775807
 )";
 
-// Of two chapters, of 4 s at 4 bytes a ms and of 6 s at 2: a time, and the place that is sought for it.
+// Of three chapters, of 4 s at 4 bytes a ms, of 6 s at 2 and of 4 s at 1: a time, and the place that is sought for it.
 const char kSeeks[] = R"(
 the start is early                               | 200   | 1800
 half a second is early                           | 500   | 3000
 more than half a second is not early             | 501   | 1004
 deep inside                                      | 3000  | 11000
 the second chapter counts from the first's start | 4600  | 30200
-behind all, something moves                      | 12000 |
+the third chapter counts from the second's start | 11000 | 43500
+behind all, something moves                      | 14001 |
 the end of time traps                            | max   |
 before all, something moves                      | min   |
 )";
@@ -195,10 +197,20 @@ private slots:
     void seeks()
     {
         FFVobDemuxer demuxer;
-        openVob(demuxer, u"0:1000:0 0:17000:360000 0:30000:9 0:42000:540009"_s);
+        openVob(demuxer, u"0:1000:0 0:17000:360000 0:30000:9 0:42000:540009 0:43000:18 0:47000:360018"_s);
         demuxer.seek(number(cells()[1]), 7);
         QCOMPARE(theScript.sought,
                  cells()[2].isEmpty() ? QList<qint64>() : QList<qint64>{number(cells()[2])});
+    }
+
+    void seekForgetsTheChapter()
+    {
+        FFVobDemuxer demuxer;
+        openVob(demuxer, u"0:0:0 0:2500:45000 0:4000:90000 0:2000:9 0:6000:90009"_s);
+        while (demuxer.readPacket()) {
+        }
+        demuxer.seek(1000, 0);
+        QCOMPARE(demuxer.readPacket()->pts, 45000);
     }
 
     void lengths()
