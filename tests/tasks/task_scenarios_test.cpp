@@ -89,7 +89,7 @@ a release in the last progress          | films | old at-progress=release begin 
 
 a start in the finish                   | all | at-finish=again begin                       | 0 0       | out
 a start while running                   | all | end=hang begin written again                | stopped 0 | out
-a start while running and in the finish | all | end=hang begin written at-finish=again begin | stopped 0 | out
+a start while running and in the finish | all | end=hang begin written at-finish=again begin ends runs=2 | stopped 0 | out
 a start over one that dies late         | all | end=hang begin written late again told=1    | stopped 0 | out
 two encoders write one output           | webp films | end=hang begin written late again started alone | stopped 0 | out
 and another in its finish               | all | end=hang begin written late at-finish=again begin | stopped 0 | out
@@ -261,6 +261,8 @@ class TaskScenariosTest : public TaskTest
                 task, &ICompressTask::compressProcess, this, [this] { release(); }, Qt::DirectConnection);
         else if (key == u"started")
             return QTest::qWaitFor([this] { return fake->runs().size() == mEncoders; }, 30000);
+        else if (key == u"runs")
+            return fake->runs().size() == value.toInt();
         else if (key == u"alone")
             return !TestSystem::isRunning(fake->runs().first().processId);
         else if (key == u"written")
