@@ -125,11 +125,11 @@ void VideoCompressor::stop()
         if (!mProgressThread->wait(ProgressThread::kStopTimeoutMs))
             debugLine() << "==============time wait out===========";
     }
-    if (mProcess && mProcess->mayHaveOutput())
+    if (mProcess && mProcess->mayHaveOutput()) {
         mNames.removeOutput();
-    // A killed encoder may yet have made it behind the monitor's end.
-    if (QFile::exists(mProgressFilePath))
+        // A killed encoder may yet have made it behind the monitor's end.
         QFile::remove(mProgressFilePath);
+    }
     mState = Failed;
 }
 
