@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <unistd.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -76,5 +77,28 @@ inline QString write(const QString& name, const QByteArray& content)
     require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), "a file is written");
     return file.fileName();
 }
+
+/// Takes the program's standard output from now on, once a process. The fuzzer itself writes to standard error.
+class Stdout
+{
+public:
+    Stdout() : mFile(scratch(QStringLiteral("stdout")))
+    {
+        require(mFile.open(QIODevice::ReadWrite | QIODevice::Unbuffered) && dup2(mFile.handle(), 1) == 1,
+                "standard output is a file");
+    }
+
+    /// What has been written since the last time.
+    QByteArray take()
+    {
+        mFile.seek(0);
+        QByteArray text = mFile.readAll();
+        require(mFile.resize(0) && mFile.seek(0), "standard output is empty again");
+        return text;
+    }
+
+private:
+    QFile mFile;
+};
 
 } // namespace Fuzz

@@ -16,12 +16,8 @@ namespace {
 void checkWishes(const Options& options)
 {
     require(!options.inputs.contains(QString()), "no name is empty");
-    require(!options.quality || (*options.quality >= 0 && *options.quality <= 100), "quality");
-    require(!options.minSsim || (*options.minSsim >= 0 && *options.minSsim <= 1), "likeness");
-    require(options.minSavings >= 0 && options.minSavings <= 100, "savings");
-    require(options.jobs >= 0 && options.jobs <= 1024 && options.nice >= 0 && options.nice <= 19, "jobs");
-    require(options.timeoutSecs >= 0 && !(options.quality && options.size), "one aim, and time");
-    require(QStringLiteral(" 1 2 4").split(u' ').contains(options.scale), "scale");
+    require(!(options.quality && options.size) && !(options.inPlace && !options.output.isEmpty()),
+            "what cannot both be meant");
     for (const qint64 bytes : {qint64(0), qint64(1), qint64(1) << 60})
         require(!options.size ||
                     (options.size->bytesFor(bytes) >= 0 && options.size->bytesFor(bytes) <= bytes),
