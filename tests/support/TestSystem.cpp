@@ -54,7 +54,12 @@ const char* reasonAgainstName(const QString&)
 bool isRunning(int processId)
 {
     QFile file(QStringLiteral("/proc/%1/stat").arg(processId));
-    return file.open(QIODevice::ReadOnly) && !file.readAll().contains(") Z ");
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    // State and parent stand behind the name; the number may be another's by now.
+    const QByteArray stat = file.readAll();
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 1).split(' ');
+    return fields.value(1) != "Z" && fields.value(2).toLongLong() == QCoreApplication::applicationPid();
 }
 
 bool sendSignal(int processId, int signal)

@@ -13,6 +13,7 @@ const char* reasonAgainstName(const QString& name);
 /// What the ffmpeg beside the program has not of some encoders, formats and filters; null where it has all.
 const char* reasonAgainstFfmpeg(const QStringList& parts);
 
+/// Whether it is a process that this one has started.
 bool isRunning(int processId);
 /// False where there are no signals.
 bool sendSignal(int processId, int signal);

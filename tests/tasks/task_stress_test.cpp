@@ -131,7 +131,7 @@ private slots:
     {
         bool isSet = false;
         const int seconds = qEnvironmentVariableIntValue("VXC_STRESS_SECONDS", &isSet);
-        fake->delay(5).set("FAKE_PROGRESS", "out_time_us=500000\n|10|out_time_us=1000000\nprogress=end\n");
+        fake->delay(20).set("FAKE_PROGRESS", "out_time_us=500000\n|10|out_time_us=1000000\nprogress=end\n");
         const QDeadlineTimer end(std::chrono::seconds(isSet ? seconds : 2));
         std::vector<std::unique_ptr<QThread>> threads;
         for (int number = 0; number < kThreads; ++number) {
