@@ -4,47 +4,66 @@
 #include <QFile>
 #include <QHash>
 #include <QProcess>
-#include <QSet>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #else
 #include <qt_windows.h>
 #endif
 
 namespace TestSystem {
 
-const char* reasonAgainstFfmpeg(const QStringList& parts)
+const char* reasonAgainst(const QStringList& things)
 {
-    static const QSet<QString> kParts = [] {
-        QString lists;
-        for (const char* list : {"-encoders", "-muxers", "-filters"}) {
-            QProcess process;
-            process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
-                          {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
-            process.waitForFinished();
-            lists += QString::fromLatin1(process.readAllStandardOutput());
-        }
-        const QStringList words = lists.simplified().split(u' ');
-        return QSet<QString>(words.begin(), words.end());
-    }();
-    static QByteArray reason;
-    for (const QString& part : parts) {
-        reason = "this ffmpeg has no " + part.toLatin1();
-        if (!part.isEmpty() && !kParts.contains(part))
-            return reason.constData();
+    static const QHash<QString, const char*> kReasons{
+#ifdef Q_OS_UNIX
+        {QStringLiteral("silent-kill"), "the system tells of a kill"},
+#else
+        {QStringLiteral("kill"), "there are no signals"},
+        {QStringLiteral("late"), "nothing can hold the end of a process up"},
+        {QStringLiteral("limit"), "there is no limit on what a process writes"},
+        {QStringLiteral("pipe"), "pipes lie apart from files"},
+        {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
+        {QStringLiteral("untellable"), "no function of a test stands before the system's"},
+        {QStringLiteral("unmarked"), "ffmpeg's end without its marker counts as a kill"},
+#endif
+    };
+    for (const QString& thing : things) {
+        if (const char* const reason = kReasons.value(thing))
+            return reason;
     }
     return nullptr;
 }
 
-#ifdef Q_OS_UNIX
-
-const char* reasonAgainst(const QStringList& things)
+const char* reasonAgainstFfmpeg(const QStringList& parts)
 {
-    return things.contains(QStringLiteral("silent-kill")) ? "the system tells of a kill" : nullptr;
+    static QByteArray reason;
+    for (const char* list : {"-encoders", "-muxers", "-filters"}) {
+        QProcess process;
+        process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
+                      {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
+        process.waitForFinished();
+        reason += process.readAllStandardOutput();
+    }
+    const QList<QByteArray> words = std::exchange(reason, {}).simplified().split(' ');
+    for (const QString& part : parts) {
+        if (!part.isEmpty() && !words.contains(part.toLatin1()))
+            reason = "this ffmpeg has no " + part.toLatin1();
+    }
+    return reason.isEmpty() ? nullptr : reason.constData();
 }
+
+bool isPrivate([[maybe_unused]] const QFileInfo& file)
+{
+#ifdef Q_OS_UNIX
+    return (file.permissions().toInt() & 0x77) == 0;
+#else
+    return true;
+#endif
+}
+
+#ifdef Q_OS_UNIX
 
 const char* reasonAgainstName(const QString&)
 {
@@ -67,22 +86,6 @@ bool sendSignal(int processId, int signal)
     return kill(processId, signal) == 0;
 }
 
-bool makePipe(const QString& path)
-{
-    return mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
-}
-
-bool alias(const QString& file, const QString& name)
-{
-    return QFile::link(file, name);
-}
-
-bool isPrivate(const QFileInfo& file)
-{
-    return (file.permissions() & (QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
-                                  QFile::WriteOther | QFile::ExeOther)) == 0;
-}
-
 void limitFiles(const QString& bytes)
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -91,24 +94,6 @@ void limitFiles(const QString& bytes)
 }
 
 #else
-
-const char* reasonAgainst(const QStringList& things)
-{
-    static const QHash<QString, const char*> kReasons{
-        {QStringLiteral("kill"), "there are no signals"},
-        {QStringLiteral("late"), "nothing can hold the end of a process up"},
-        {QStringLiteral("limit"), "there is no limit on what a process writes"},
-        {QStringLiteral("unmarked"), "ffmpeg's end without its marker counts as a kill"},
-        {QStringLiteral("pipe"), "pipes lie apart from files"},
-        {QStringLiteral("untellable"), "no function of a test stands before the system's"},
-        {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
-    };
-    for (const QString& thing : things) {
-        if (const char* const reason = kReasons.value(thing))
-            return reason;
-    }
-    return nullptr;
-}
 
 const char* reasonAgainstName(const QString& name)
 {
@@ -123,29 +108,13 @@ bool isRunning(int processId)
 {
     const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(processId));
     const bool isAlive = process && WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
-    if (process)
-        CloseHandle(process);
+    CloseHandle(process);
     return isAlive;
 }
 
 bool sendSignal(int, int)
 {
     return false;
-}
-
-bool makePipe(const QString&)
-{
-    return false;
-}
-
-bool alias(const QString& file, const QString& name)
-{
-    return QFile::copy(file, name);
-}
-
-bool isPrivate(const QFileInfo&)
-{
-    return true;
 }
 
 void limitFiles(const QString&) {}

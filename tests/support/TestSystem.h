@@ -17,9 +17,6 @@ const char* reasonAgainstFfmpeg(const QStringList& parts);
 bool isRunning(int processId);
 /// False where there are no signals.
 bool sendSignal(int processId, int signal);
-bool makePipe(const QString& path);
-/// Gives a file a second name, by a link or as a copy.
-bool alias(const QString& file, const QString& name);
 /// Whether it is its owner's alone, as far as the system has bits for that.
 bool isPrivate(const QFileInfo& file);
 

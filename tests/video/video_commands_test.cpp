@@ -70,7 +70,7 @@ private slots:
         const TestFolder folder;
         QString name = u"-a \"film\" "_s + cells()[2];
         const QString input = folder.path(TestSystem::reasonAgainstName(name) ? name.remove(u'"') : name);
-        QVERIFY(TestSystem::alias(source, input));
+        QVERIFY(QFile::copy(source, input));
         const QString output = folder.path(u"out put."_s + cells()[3]);
         VideoCompressor task(params(builder.startsWith(u's'), input, output, cells()[4]));
         const QStringList fragments = builder.endsWith(u'e') ? task.buildSampleCommand()

@@ -84,15 +84,8 @@ const AVRational kSquare{1, 1};
 const QString kHalf = u"50"_s;
 constexpr qint64 kSize = 100000000;
 
-struct Number
-{
-    const char* fault;
-    QVariant found;
-    QVariant expected;
-};
-
 // Found when the test runs: before main() the tables that are asked need not be there yet.
-QList<Number> allNumbers()
+QList<std::tuple<const char*, QVariant, QVariant>> numbersFound()
 {
     return {
         {"a tie goes down from 2", roundToMultiple(2, 4), 4},
@@ -155,7 +148,7 @@ private slots:
     {
         QTest::addColumn<QVariant>("found");
         QTest::addColumn<QVariant>("expected");
-        for (const auto& [fault, found, expected] : allNumbers())
+        for (const auto& [fault, found, expected] : numbersFound())
             QTest::newRow(fault) << found << expected;
     }
     void numbers()
