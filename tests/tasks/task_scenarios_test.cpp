@@ -84,7 +84,8 @@ a release in the finish                 | all   | old at-finish=release begin en
 a release in the finish in a stop       | all   | old end=hang begin written at-finish=release stop  | stopped | gone
 a release in the finish in a start      | all   | old end=hang begin written at-finish=release begin | stopped | gone
 a release in such a finish, dying late  | all   | old end=hang begin written late at-finish=release begin | stopped | gone
-a release behind the end is held up     | all   | unmarked progress=500 run release           | 0         | out
+a release behind the end                | jpg png webp | run release                          | 0         | out
+a release behind the end is held up     | films | unmarked progress=500 run release           | 0         | out
 a release in a progress                 | films | old progress=500 end=hang at-progress=release begin released | | gone
 a release in the last progress          | films | old at-progress=release begin released      |           | out
 
