@@ -71,6 +71,22 @@ bool isUnderstood(const QString& folder, int depth = 0)
            });
 }
 
+// Everything but the folder itself; false where something stays. The mark goes last: whoever is ended meanwhile
+// leaves a folder that the next sweep takes up.
+bool removeContents(const QString& folder, Platform::FileLock& mark)
+{
+    bool isRemoved = true;
+    for (const Platform::FolderEntry& entry : Platform::entriesOf(folder)) {
+        if (entry.name != QLatin1String(kMarkName))
+            isRemoved = Platform::removeTree(NativePath::join(folder, entry.name)) && isRemoved;
+    }
+    if (!isRemoved)
+        return false;
+    // Windows removes no file that is held.
+    mark.release();
+    return Platform::removeTree(NativePath::join(folder, QLatin1String(kMarkName)));
+}
+
 void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
 {
     const QString mark = NativePath::join(folder, QLatin1String(kMarkName));
@@ -84,14 +100,8 @@ void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
     Platform::FileLock lock;
     if (!lock.take(mark) || !isUnderstood(folder))
         return;
-    for (const Platform::FolderEntry& entry : Platform::entriesOf(folder)) {
-        if (entry.name != QLatin1String(kMarkName))
-            Platform::removeTree(NativePath::join(folder, entry.name));
-    }
-    // The mark goes last: a sweep that is cut short is taken up again.
-    lock.release();
-    Platform::removeTree(mark);
-    Platform::removeEmptyFolder(folder);
+    if (removeContents(folder, lock))
+        Platform::removeEmptyFolder(folder);
 }
 
 } // namespace
@@ -129,11 +139,9 @@ void PrivateFolder::remove()
 {
     if (mPath.isEmpty())
         return;
-    // Windows removes no file that is held.
-    mMark.release();
     constexpr int kTries = 3; // something may still be writing
     for (int tries = 0; tries < kTries; ++tries) {
-        if (Platform::removeTree(mPath))
+        if (removeContents(mPath, mMark) && Platform::removeTree(mPath))
             return;
     }
 }
