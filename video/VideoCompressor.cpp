@@ -128,7 +128,8 @@ void VideoCompressor::stop()
     if (mProcess && mProcess->mayHaveOutput()) {
         mNames.removeOutput();
         // A killed encoder may yet have made it behind the monitor's end.
-        QFile::remove(mProgressFilePath);
+        if (QFile::exists(mProgressFilePath))
+            QFile::remove(mProgressFilePath);
     }
     mState = Failed;
 }
