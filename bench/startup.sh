@@ -38,9 +38,10 @@ for inputs in "$@"; do
     rm -rf -- "$work/tree" "$work/out" "$work/first"
     for ((folder = 0; folder * 1000 < inputs; ++folder)); do
         mkdir -p "$work/tree/$folder"
-        # Links are made faster than copies, and are files like others for who reads them.
-        seq -f "$work/tree/$folder/%04.0f.jpg" 0 $((inputs < 1000 ? inputs - 1 : 999)) |
-            xargs -n 1 ln "$work/small.jpg"
+        # Links are made faster than copies, and are files like others for who reads them; no file may have 100,000.
+        cp "$work/small.jpg" "$work/tree/$folder/0000.jpg"
+        seq -f "$work/tree/$folder/%04.0f.jpg" 1 $((inputs < 1000 ? inputs - 1 : 999)) |
+            xargs -n 1 ln "$work/tree/$folder/0000.jpg"
     done
     mkfifo "$work/first"
     "$bin/vxcompress" -r "$work/tree" -o "$work/out" >"$work/first" 2>/dev/null &
