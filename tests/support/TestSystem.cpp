@@ -38,17 +38,21 @@ const char* reasonAgainst(const QStringList& things)
 
 const char* reasonAgainstFfmpeg(const QStringList& parts)
 {
+    static const QList<QByteArray> kWords = [] {
+        QByteArray lists;
+        for (const char* list : {"-encoders", "-muxers", "-filters"}) {
+            QProcess process;
+            process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
+                          {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
+            process.waitForFinished();
+            lists += process.readAllStandardOutput();
+        }
+        return lists.simplified().split(' ');
+    }();
     static QByteArray reason;
-    for (const char* list : {"-encoders", "-muxers", "-filters"}) {
-        QProcess process;
-        process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
-                      {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
-        process.waitForFinished();
-        reason += process.readAllStandardOutput();
-    }
-    const QList<QByteArray> words = std::exchange(reason, {}).simplified().split(' ');
+    reason.clear();
     for (const QString& part : parts) {
-        if (!part.isEmpty() && !words.contains(part.toLatin1()))
+        if (!part.isEmpty() && !kWords.contains(part.toLatin1()))
             reason = "this ffmpeg has no " + part.toLatin1();
     }
     return reason.isEmpty() ? nullptr : reason.constData();
