@@ -58,6 +58,8 @@ set_up_chroot() { # RELEASE SIZE
     # They are kept for the next time.
     printf 'Binary::apt::APT::Keep-Downloaded-Packages "true";\nAPT::Keep-Downloaded-Packages "true";\n' \
         >"$chroot/etc/apt/apt.conf.d/99keep"
+    # A mirror whose lists are old is taken there where this system takes it.
+    apt-config dump Acquire::Check-Valid-Until >>"$chroot/etc/apt/apt.conf.d/99keep"
     rm -f -- "$chroot/etc/apt/apt.conf.d/docker-clean"
     cp /etc/resolv.conf /etc/hosts "$chroot/etc/"
 }

@@ -33,6 +33,8 @@ REFUSED = [
     ("cut.jpg old.webp -f", 1, "is cut"),
     ("bad.mp4 out.mp4 --quiet", 2, "bad.mp4"),
     ("film.mp4 slow.mp4 --timeout 1 --scale 1 -q 0", 1, "--timeout"),
+    # Told at once, not behind the encode.
+    ("film.mp4 linked.mp4 --force --timeout 1 --scale 1 -q 0", 2, "--break-links"),
 ]
 
 
@@ -45,10 +47,11 @@ class Lines(Place):
         self.write("bad.mp4", b"no film at all")
         self.picture("cut.jpg")
         self.write("cut.jpg", self.read("cut.jpg")[:-100])
-        for name in ("old.jpg", "old.png", "old.webp", "linked.jpg"):
+        for name in ("old.jpg", "old.png", "old.webp", "linked.jpg", "linked.mp4"):
             self.write(name, b"old")
         self.write("empty.jpg", b"")
-        os.link(self.at("linked.jpg"), self.at("other name.jpg"))
+        for name in ("linked.jpg", "linked.mp4"):
+            os.link(self.at(name), self.at(f"other name of {name}"))
         os.mkfifo(self.at("pipe"))
         for name in ("folder", "folder.jpg"):
             os.mkdir(self.at(name))
