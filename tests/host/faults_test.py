@@ -16,7 +16,7 @@ class Faults(Place):
     def setUp(self):
         super().setUp()
         self.picture("photo.png", "64x64")
-        self.film("film.mov", 1)
+        self.film("film.mov")
         for _, name in KINDS:
             self.write(name, b"old")
         self.before = self.contents()
@@ -27,7 +27,14 @@ class Faults(Place):
         self.result = os.path.join(results.name, "result")
         for suffix in ("jpg", "png", "webp"):
             self.picture(f"{self.result}.{suffix}", "8x8")
-        ffmpeg("-i", os.path.join(self.path, "film.mov"), "-crf", "51", f"{self.result}.mp4")
+        # And one that ends early, and says it has.
+        self.cut = os.path.join(results.name, "cut")
+        for suffix in ("jpg", "png", "webp"):
+            whole = self.read(f"{self.result}.{suffix}")
+            self.write(f"{self.cut}.{suffix}", whole[:len(whole) // 2])
+        for suffix in ("mp4", "mov"):
+            for name, seconds in ((self.result, "9"), (self.cut, "1")):
+                ffmpeg("-t", seconds, "-i", os.path.join(self.path, "film.mov"), "-crf", "51", f"{name}.{suffix}")
 
     def fake(self, *arguments, env={}, **conditions):
         return self.start(*arguments, bin=FAKE, env={"FAKE_OUTPUT": self.result, **env}, **conditions)
@@ -40,14 +47,14 @@ class Faults(Place):
         return run
 
     def test_encoder_fails(self):
-        for env in ENCODER_FAULTS:
+        for env in [*ENCODER_FAULTS, {"FAKE_OUTPUT": self.cut}]:
             for source, output in KINDS:
                 for arguments in ((source, output, "-f"), (source, "--in-place")):
                     with self.subTest(f"{env} {arguments}"):
                         run = self.fake(*arguments, env=env).end()
                         self.assertEqual((run.status, run.out), (1, ""), run.err)
                         self.assertEqual(run.err.count("\n"), 1, run.err)
-                        self.assertIn("encoder", run.err)
+                        self.assertIn("is cut" if env.get("FAKE_OUTPUT") == self.cut else "encoder", run.err)
                         self.assertEqual(self.contents(), self.before)
 
     def test_interrupted(self):
