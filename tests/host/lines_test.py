@@ -107,6 +107,11 @@ class Lines(Place):
         self.assertIn("larger", self.run_host("dot.png", "dot.jpg").out)
         self.assertEqual(self.read("dot.jpg")[:2], b"\xff\xd8")
         self.assertIn("not delivered", self.run_host("dot.png", "dot2.jpg", "--min-savings", "1").out)
+        self.film("film.mp4")
+        self.run_host("film.mp4", "small.mp4", "-q", "45", "--quiet")
+        for flags, grows in ([], False), (["--allow-larger"], True):
+            self.run_host("small.mp4", "same.mp4", "-f", "-q", "5", *flags)
+            self.assertEqual(len(self.read("same.mp4")) > len(self.read("small.mp4")), grows)
         before = self.read("small.jpg")
         self.run_host("small.jpg", "--in-place", "--min-savings", "99", "-q", "10")
         self.assertEqual(self.read("small.jpg"), before)
