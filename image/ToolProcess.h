@@ -12,11 +12,9 @@ class ICompressTask;
 /// One run of an external encoder. It adds to QProcess what every task needs:
 ///
 ///  - the task's finish slot is called exactly once for a run, whatever dies when: also when the program
-///  cannot
-///    be started, and not before the event loop turns then;
+///    cannot be started, and not before the event loop turns then;
 ///  - a run that the task lets go of is ended without a further signal. It lives on in a thread of the
-///  module's
-///    own until its encoder has died, and never holds up the host longer than kKillTimeoutMs;
+///    module's own until its encoder has died, and never holds up the host longer than kKillTimeoutMs;
 ///  - its output and error channels go nowhere, so that a talkative encoder costs the host no memory.
 ///
 /// A task's finish slot opens with an Ending.
