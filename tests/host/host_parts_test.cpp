@@ -85,6 +85,15 @@ void HostPartsTest::room()
         for (; room.mayOvertake(); ++passed)
             room.take(false);
         QCOMPARE(qMakePair(begun, passed), qMakePair(films, passing));
+        // Pictures alone, as many as the cores bear and as many as are wished.
+        for (const int wished : {0, 3}) {
+            Slots alone(cores, wished);
+            int pictures = 0;
+            for (; alone.hasRoomFor(false); ++pictures)
+                alone.take(false);
+            QCOMPARE(pictures, wished > 0 ? wished : cores + 1);
+            QVERIFY(!alone.hasRoomFor(true));
+        }
     }
 }
 
