@@ -26,7 +26,7 @@ struct FileFacts
     quint32 mode = 0; ///< Unix permissions
     quint32 owner = 0;
     quint32 group = 0;
-    qint64 modifiedNs = 0; ///< since an epoch of the system's
+    qint64 modifiedNs = 0; ///< since 1970
     qint64 accessedNs = 0;
 
     bool isSameFile(const FileFacts& other) const { return device == other.device && number == other.number; }
@@ -116,7 +116,7 @@ public:
     ~FileLock() { release(); }
     Q_DISABLE_COPY_MOVE(FileLock)
 
-    /// Makes a new file with this content and holds it.
+    /// Makes a new file with this content and holds it. On failure there is none.
     QString make(const QString& path, const QByteArray& content);
     /// Takes hold of an existing file, unless a process holds it.
     bool take(const QString& path);

@@ -292,17 +292,49 @@ bool ProcessIdentity::isAlive() const
     return now.isEmpty() || started.isEmpty() || now == started;
 }
 
-QString FileLock::make(const QString& path, const QByteArray& content)
+namespace {
+
+bool writeHeld(int file, const QByteArray& content)
 {
-    const int file = open(NativePath::toBytes(path).constData(),
-                          O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
-    if (file < 0)
-        return reasonOf(errno);
-    mHandle = file;
     // A file system without locks leaves the process's number and start to judge by.
     flock(file, LOCK_EX | LOCK_NB);
-    return ::write(file, content.constData(), size_t(content.size())) == content.size() ? QString()
-                                                                                        : reasonOf(errno);
+    return ::write(file, content.constData(), size_t(content.size())) == content.size();
+}
+
+// Named only when it is whole: a kill leaves all of it or nothing. -1 where the system cannot.
+int makeInOneStep([[maybe_unused]] const QString& path, [[maybe_unused]] const QByteArray& content)
+{
+#ifdef O_TMPFILE
+    const QByteArray folder = NativePath::toBytes(NativePath::folder(path));
+    const int file = open(folder.constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file < 0)
+        return -1;
+    const QByteArray unnamed = "/proc/self/fd/" + QByteArray::number(file);
+    if (writeHeld(file, content) && linkat(AT_FDCWD, unnamed.constData(), AT_FDCWD,
+                                           NativePath::toBytes(path).constData(), AT_SYMLINK_FOLLOW) == 0)
+        return file;
+    close(file);
+#endif
+    return -1;
+}
+
+} // namespace
+
+QString FileLock::make(const QString& path, const QByteArray& content)
+{
+    mHandle = makeInOneStep(path, content);
+    if (mHandle != kNoHandle)
+        return {};
+    mHandle = open(NativePath::toBytes(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                   S_IRUSR | S_IWUSR);
+    if (mHandle == kNoHandle)
+        return reasonOf(errno);
+    if (writeHeld(int(mHandle), content))
+        return {};
+    const QString error = reasonOf(errno);
+    unlink(NativePath::toBytes(path).constData());
+    release();
+    return error;
 }
 
 bool FileLock::take(const QString& path)

@@ -329,10 +329,16 @@ qintptr openMark(const QString& path, DWORD disposition)
 QString FileLock::make(const QString& path, const QByteArray& content)
 {
     mHandle = openMark(path, CREATE_NEW);
+    if (mHandle == kNoHandle)
+        return reasonOf(GetLastError());
     DWORD written = 0;
-    return mHandle == kNoHandle ? reasonOf(GetLastError())
-                                : result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
-                                                   DWORD(content.size()), &written, nullptr));
+    const QString error = result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
+                                           DWORD(content.size()), &written, nullptr));
+    if (!error.isEmpty()) {
+        release();
+        removeTree(path);
+    }
+    return error;
 }
 
 bool FileLock::take(const QString& path)

@@ -1,5 +1,6 @@
 #include "host/system/PrivateFolder.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -13,16 +14,31 @@ namespace {
 constexpr char kMarkName[] = "vxcompress-mark";
 constexpr char kMarkTitle[] = "vxcompress private folder 1";
 constexpr int kRandomLetters = 6;
+constexpr int kCheckLetters = 2;
 constexpr int kMaxTries = 100;
+constexpr qint64 kBareMarkMs = 3'600'000;
+
+QChar letter(quint32 number)
+{
+    number %= 52;
+    return QChar(number < 26 ? u'a' + number : u'A' + number - 26);
+}
+
+// The last two are made of the others: what a kill leaves without a mark is known by its name.
+QString withCheck(const QString& letters)
+{
+    quint32 sum = 17;
+    for (const QChar each : letters)
+        sum = sum * 31 + each.unicode();
+    return letters + letter(sum) + letter(sum / 52);
+}
 
 QString randomLetters()
 {
     QString letters;
-    for (int at = 0; at < kRandomLetters; ++at) {
-        const int number = QRandomGenerator::system()->bounded(52);
-        letters += QChar(number < 26 ? u'a' + number : u'A' + number - 26);
-    }
-    return letters;
+    while (letters.size() < kRandomLetters - kCheckLetters)
+        letters += letter(QRandomGenerator::system()->generate());
+    return withCheck(letters);
 }
 
 QByteArray markContent()
@@ -87,17 +103,41 @@ bool removeContents(const QString& folder, Platform::FileLock& mark)
     return Platform::removeTree(NativePath::join(folder, QLatin1String(kMarkName)));
 }
 
+// A kill came before its mark was written, or behind the mark's removal: then the name tells whose it is, and
+// nothing in it has a single byte. A mark that another machine has written may be seen without its content for a
+// while.
+bool isBare(const QString& folder)
+{
+    const QString letters = NativePath::fileName(folder).right(kRandomLetters);
+    const qint64 longAgo = QDateTime::currentMSecsSinceEpoch() - kBareMarkMs;
+    QString unread;
+    const auto entries = Platform::entriesOf(folder, &unread);
+    return unread.isEmpty() && withCheck(letters.chopped(kCheckLetters)) == letters &&
+           std::all_of(entries.begin(), entries.end(), [&](const auto& entry) {
+               const auto facts = Platform::factsOf(NativePath::join(folder, entry.name));
+               return entry.name == QLatin1String(kMarkName) && entry.isRegular && facts &&
+                      facts->bytes == 0 && facts->modifiedNs / 1'000'000 < longAgo;
+           });
+}
+
 void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
 {
     const QString mark = NativePath::join(folder, QLatin1String(kMarkName));
     if (!Platform::isOwnFolder(folder))
         return;
+    Platform::FileLock lock;
+    // A run that is just making it finds it gone before it has its mark there, and makes another.
+    if (isBare(folder)) {
+        if (lock.take(mark))
+            removeContents(folder, lock);
+        Platform::removeEmptyFolder(folder);
+        return;
+    }
     const auto maker = readMark(mark);
     // What another machine has made on a shared disk is that machine's to judge: its processes are not seen
     // here.
     if (!maker || maker->user != own.user || maker->host != own.host || maker->isAlive())
         return;
-    Platform::FileLock lock;
     if (!lock.take(mark) || !isUnderstood(folder))
         return;
     if (removeContents(folder, lock))
@@ -112,12 +152,13 @@ PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
         mPath = NativePath::join(parent, QLatin1String(prefix) + randomLetters());
         if (Platform::makePrivateFolder(mPath, mError)) {
             mError = mMark.make(NativePath::join(mPath, QLatin1String(kMarkName)), markContent());
-            if (!mError.isEmpty())
-                remove();
-            return;
-        }
-        if (!mError.isEmpty())
+            if (mError.isEmpty())
+                return;
+            // Perhaps another run has taken it for one that was left.
+            Platform::removeEmptyFolder(mPath);
+        } else if (!mError.isEmpty()) {
             break;
+        }
     }
     if (mError.isEmpty())
         mError = QStringLiteral("no free name");

@@ -8,7 +8,8 @@
 #include "host/system/PlatformFiles.h"
 
 /// A folder for this run and this user alone, removed with everything in it when the object goes. Its name is
-/// a prefix and six letters; a file in it, which this process holds locked, says who made it and when.
+/// a prefix and six letters, of which four are random and the others follow from them; a file in it, which this
+/// process holds locked, says who made it and when.
 class PrivateFolder
 {
 public:
@@ -33,8 +34,8 @@ public:
     void remove();
 
     /// Removes from `parent` what killed runs of this program, on this machine and by this user, have left
-    /// there. Never touches a folder without the program's mark, or with anything in it that the program does
-    /// not make.
+    /// there. Never touches a folder with anything in it that the program does not make, nor one without the
+    /// program's mark, unless its letters fit and nothing at all is in it.
     static void sweep(const QString& parent, const char* prefix);
 
 private:

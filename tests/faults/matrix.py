@@ -356,10 +356,13 @@ class Run:
             self.end()
             self.fault = fault
             if self.status != 0:
+                self.error_text += f"the next run ended with {self.status}\n"
                 return False
         differs = {path for path, _ in before.items() ^ self.snapshot().items()}
-        return not {path for path in differs if path not in (self.source, self.output)
-                    and not path.startswith(tuple(self.own))}
+        left = sorted(path for path in differs if path not in (self.source, self.output)
+                      and not path.startswith(tuple(self.own)))
+        self.error_text += "".join(f"left: {path}\n" for path in left)
+        return not left
 
 
 AGAIN = Fault("the next run", "", "0")

@@ -3,6 +3,7 @@ import os
 import shutil
 import signal
 import tempfile
+import time
 
 from host import FAKE, Place, ffmpeg, main, wait_until
 
@@ -136,6 +137,15 @@ class Faults(Place):
         self.fake("photo.png", "out.webp", "-f").end()
         self.assertEqual(set(folders()), {*foreign, lives})
         self.assertEqual(self.read(foreign[1] + b"/dear.jpg"), b"dear")
+        # Left before the mark was there or whole: none, an old one, one that is just being written.
+        foreign.append(left)
+        for mark in (None, 0, time.time()):
+            os.mkdir(self.at(left))
+            if mark is not None:
+                self.write(left + b"/vxcompress-mark", b"")
+                os.utime(self.at(left + b"/vxcompress-mark"), (mark, mark))
+            self.fake("photo.png", "out.webp", "-f").end()
+            self.assertEqual(left in folders(), bool(mark))
         living.process.send_signal(signal.SIGTERM)
         living.end()
         self.assertEqual(os.listdir(self.temporary), ["vxcompress-photos"])
