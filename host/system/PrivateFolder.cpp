@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QThread>
 
 #include <algorithm>
 
@@ -16,6 +17,8 @@ constexpr char kMarkTitle[] = "vxcompress private folder 1";
 constexpr int kRandomLetters = 6;
 constexpr int kCheckLetters = 2;
 constexpr int kMaxTries = 100;
+constexpr int kSweepTries = 5;
+constexpr int kSweepPauseMs = 20;
 constexpr qint64 kBareMarkMs = 3'600'000;
 
 QChar letter(quint32 number)
@@ -138,10 +141,16 @@ void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
     // here.
     if (!maker || maker->user != own.user || maker->host != own.host || maker->isAlive())
         return;
-    if (!lock.take(mark) || !isUnderstood(folder))
-        return;
-    if (removeContents(folder, lock))
-        Platform::removeEmptyFolder(folder);
+    // What the killed run had started may take a moment to die, and until then hold the mark or write.
+    for (int tries = 0; tries < kSweepTries && isUnderstood(folder); ++tries) {
+        if (tries > 0)
+            QThread::msleep(kSweepPauseMs);
+        if (lock.take(mark) && removeContents(folder, lock)) {
+            Platform::removeEmptyFolder(folder);
+            return;
+        }
+        lock.release();
+    }
 }
 
 } // namespace
