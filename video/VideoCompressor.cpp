@@ -32,23 +32,15 @@ VideoCompressor::VideoCompressor(const QVariantMap& params)
 
 bool VideoCompressor::start()
 {
-    if (!endRunningJob(this, mProcess))
-        return true;
-    mState = Running;
-    const QString tool = toolPath("ffmpeg");
-    if (!QFile::exists(tool))
-        return false;
-    if (refusesSource())
-        return true;
-    const QString command = commandLine(tool, build(mIsPercentage ? &VideoCompressor::buildSizeCommand
-                                                                  : &VideoCompressor::buildQualityCommand));
-    debugLine() << "ffmpeg cmd: " << command;
-    // Direct: the host hears of progress also while its thread is busy.
-    launch(command, static_cast<float>(mDurationMs), Qt::DirectConnection);
-    return true;
+    return run(mIsPercentage ? &VideoCompressor::buildSizeCommand : &VideoCompressor::buildQualityCommand);
 }
 
 bool VideoCompressor::estimate()
+{
+    return run(&VideoCompressor::buildSampleCommand);
+}
+
+bool VideoCompressor::run(Builder builder)
 {
     if (!endRunningJob(this, mProcess))
         return true;
@@ -58,8 +50,14 @@ bool VideoCompressor::estimate()
         return false;
     if (refusesSource())
         return true;
-    launch(commandLine(tool, build(&VideoCompressor::buildSampleCommand)), kSampleDurationMs,
-           Qt::AutoConnection);
+    const QString command = commandLine(tool, build(builder));
+    if (builder == &VideoCompressor::buildSampleCommand) {
+        launch(command, kSampleDurationMs, Qt::AutoConnection);
+        return true;
+    }
+    debugLine() << "ffmpeg cmd: " << command;
+    // Direct: the host hears of progress also while its thread is busy.
+    launch(command, static_cast<float>(mDurationMs), Qt::DirectConnection);
     return true;
 }
 
@@ -76,12 +74,12 @@ bool VideoCompressor::refusesSource()
 }
 
 // The whole build goes by the plain names: the source is inspected under the one that ffmpeg gets.
-QStringList VideoCompressor::build(QStringList (VideoCompressor::*command)())
+QStringList VideoCompressor::build(Builder builder)
 {
     mNames = PlainNames::forRun(mInputPath, mOutputPath);
     const QString input = std::exchange(mInputPath, mNames.input());
     const QString output = std::exchange(mOutputPath, mNames.output());
-    QStringList fragments = (this->*command)();
+    QStringList fragments = (this->*builder)();
     mInputPath = input;
     mOutputPath = output;
     return fragments;

@@ -36,9 +36,12 @@ protected slots:
     void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
 
 private:
+    using Builder = QStringList (VideoCompressor::*)();
+
+    bool run(Builder builder);
     QStringList transcodeElements(const SourceProbe& source);
     bool refusesSource();
-    QStringList build(QStringList (VideoCompressor::*command)());
+    QStringList build(Builder builder);
     void launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection);
     void retireMonitor();
     void finishSuccessfully(ToolProcess::Ending& ending, const QString& text);
