@@ -331,7 +331,7 @@ QString FileLock::make(const QString& path, const QByteArray& content)
         return reasonOf(errno);
     if (writeHeld(int(mHandle), content))
         return {};
-    const QString error = reasonOf(errno);
+    QString error = reasonOf(errno);
     unlink(NativePath::toBytes(path).constData());
     release();
     return error;

@@ -332,8 +332,8 @@ QString FileLock::make(const QString& path, const QByteArray& content)
     if (mHandle == kNoHandle)
         return reasonOf(GetLastError());
     DWORD written = 0;
-    const QString error = result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
-                                           DWORD(content.size()), &written, nullptr));
+    QString error = result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
+                                     DWORD(content.size()), &written, nullptr));
     if (!error.isEmpty()) {
         release();
         removeTree(path);
