@@ -1,5 +1,7 @@
 #include <QCoreApplication>
 
+#include <tuple>
+
 #include "host/Options.h"
 #include "host/doctor/Doctor.h"
 #include "host/report/Reporter.h"
@@ -22,6 +24,8 @@ int main(int argc, char** argv)
 {
     Platform::prepare();
     const QCoreApplication app(argc, argv);
+    // Qt finds it out at the first call and keeps it, and two threads must not do so at once.
+    std::ignore = QCoreApplication::applicationDirPath();
 
     const QStringList arguments = Platform::arguments(argc, argv);
     if (isDoctorCall(arguments))

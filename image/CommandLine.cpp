@@ -2,10 +2,13 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QMutex>
 
 #include "image/Platform.h"
 
 namespace {
+
+QMutex folderMutex;
 
 // ffmpeg takes what stands before a colon for a protocol, but for a drive's letter.
 bool looksLikeProtocol(const QString& path)
@@ -27,6 +30,8 @@ QString quotedPath(const QString& path)
 
 QString toolPath(const char* tool)
 {
+    // Qt finds the folder out at the first call and keeps it, and two threads must not do so at once.
+    const QMutexLocker lock(&folderMutex);
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + Platform::executableName(tool));
 }
 
