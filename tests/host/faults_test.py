@@ -137,15 +137,19 @@ class Faults(Place):
         self.fake("photo.png", "out.webp", "-f").end()
         self.assertEqual(set(folders()), {*foreign, lives})
         self.assertEqual(self.read(foreign[1] + b"/dear.jpg"), b"dear")
-        # Left before the mark was there or whole: none, an old one, one that is just being written.
+        # Left before the mark was there or whole: none, an old one; but not one that may just be written.
         foreign.append(left)
-        for mark in (None, 0, time.time()):
+        for names, age, stays in (([], 0, False), (["vxcompress-mark"], 4000, False), (["vxcompress-mark"], 0, True),
+                                  (["vxcompress-mark", "dear.jpg"], 4000, True)):
+            shutil.rmtree(self.at(left), ignore_errors=True)
             os.mkdir(self.at(left))
-            if mark is not None:
-                self.write(left + b"/vxcompress-mark", b"")
-                os.utime(self.at(left + b"/vxcompress-mark"), (mark, mark))
+            for name in names:
+                path = os.path.join(self.at(left), os.fsencode(name))
+                self.write(path, b"")
+                os.utime(path, (time.time() - age,) * 2)
             self.fake("photo.png", "out.webp", "-f").end()
-            self.assertEqual(left in folders(), bool(mark))
+            self.assertEqual(left in folders(), stays, names)
+        self.assertEqual(self.read(left + b"/dear.jpg"), b"")
         living.process.send_signal(signal.SIGTERM)
         living.end()
         self.assertEqual(os.listdir(self.temporary), ["vxcompress-photos"])
