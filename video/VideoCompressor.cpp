@@ -95,7 +95,8 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
     connect(mProgressThread.get(), SIGNAL(threadCompressProcess(float)), this,
             SLOT(onCompressProgress(float)), progressConnection);
     const auto cleanUp = [files = mNames.cleanUp(), progress = mProgressFilePath](bool mayHaveOutput) {
-        const bool progressGone = !mayHaveOutput || !QFile::exists(progress) || QFile::remove(progress);
+        const bool progressGone =
+            !mayHaveOutput || !QFile::exists(progress) || Platform::removeFile(progress);
         return files(mayHaveOutput) && progressGone;
     };
     mProcess->run({command, mNames.output(), QString(), cleanUp});
@@ -125,9 +126,9 @@ void VideoCompressor::stop()
     }
     if (mProcess && mProcess->mayHaveOutput()) {
         mNames.removeOutput();
-        // A killed encoder may yet have made it behind the monitor's end.
-        if (QFile::exists(mProgressFilePath))
-            QFile::remove(mProgressFilePath);
+        // A killed encoder may yet have made it behind the monitor's end. What it still holds goes with its end.
+        if (QFile::exists(mProgressFilePath) && mProcess->state() == QProcess::NotRunning)
+            Platform::removeFile(mProgressFilePath);
     }
     mState = Failed;
 }
