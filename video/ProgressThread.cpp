@@ -7,6 +7,8 @@
 #include <cmath>
 #include <utility>
 
+#include "image/Platform.h"
+
 namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{500};
@@ -134,7 +136,12 @@ void ProgressThread::run()
         pause(kPollInterval);
     }
     file.close();
-    if (!mProgressFilePath.isEmpty())
+    if (mProgressFilePath.isEmpty())
+        return;
+    // ffmpeg may hold it for a moment behind its end marker. Whoever asks for a stop waits for this thread.
+    if (shouldRun())
+        Platform::removeFile(mProgressFilePath);
+    else
         file.remove();
 }
 
