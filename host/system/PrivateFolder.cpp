@@ -112,14 +112,16 @@ bool removeContents(const QString& folder, Platform::FileLock& mark)
 bool isBare(const QString& folder)
 {
     const QString letters = NativePath::fileName(folder).right(kRandomLetters);
+    if (withCheck(letters.chopped(kCheckLetters)) != letters)
+        return false;
     const qint64 longAgo = QDateTime::currentMSecsSinceEpoch() - kBareMarkMs;
     QString unread;
     const auto entries = Platform::entriesOf(folder, &unread);
-    return unread.isEmpty() && withCheck(letters.chopped(kCheckLetters)) == letters &&
-           std::all_of(entries.begin(), entries.end(), [&](const auto& entry) {
+    return unread.isEmpty() && std::all_of(entries.begin(), entries.end(), [&](const auto& entry) {
+               if (entry.name != QLatin1String(kMarkName) || !entry.isRegular)
+                   return false;
                const auto facts = Platform::factsOf(NativePath::join(folder, entry.name));
-               return entry.name == QLatin1String(kMarkName) && entry.isRegular && facts &&
-                      facts->bytes == 0 && facts->modifiedNs / 1'000'000 < longAgo;
+               return facts && facts->bytes == 0 && facts->modifiedNs / 1'000'000 < longAgo;
            });
 }
 
@@ -129,17 +131,19 @@ void removeIfLeft(const QString& folder, const Platform::ProcessIdentity& own)
     if (!Platform::isOwnFolder(folder))
         return;
     Platform::FileLock lock;
-    // A run that is just making it finds it gone before it has its mark there, and makes another.
-    if (isBare(folder)) {
+    const auto maker = readMark(mark);
+    if (!maker) {
+        if (!isBare(folder))
+            return;
+        // A run that is just making it finds it gone before it has its mark there, and makes another.
         if (lock.take(mark))
             removeContents(folder, lock);
         Platform::removeEmptyFolder(folder);
         return;
     }
-    const auto maker = readMark(mark);
     // What another machine has made on a shared disk is that machine's to judge: its processes are not seen
     // here.
-    if (!maker || maker->user != own.user || maker->host != own.host || maker->isAlive())
+    if (maker->user != own.user || maker->host != own.host || maker->isAlive())
         return;
     // What the killed run had started may take a moment to die, and until then hold the mark or write.
     for (int tries = 0; tries < kSweepTries && isUnderstood(folder); ++tries) {
