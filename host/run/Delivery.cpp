@@ -112,7 +112,7 @@ Failure Delivery::deliver(QString& keptAt)
     if (mExisting)
         mExisting = Platform::factsOf(mFinalPath);
     if (mExisting && mExisting->links > 1 && !mOptions.breakLinks)
-        return {FailureKind::HardLinks, QString::number(mExisting->links)};
+        return {FailureKind::DeliveryFailed, QStringLiteral("it has several names (hard links) by now")};
     QString error = mExisting ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
                               : Platform::makeAlike(mSpec.inputPath, mSource, mStagedPath, false);
     if (error.isEmpty() && (mSpec.isInPlace || mOptions.keepDates))

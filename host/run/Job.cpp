@@ -294,11 +294,9 @@ void Job::deliver(Outcome outcome)
     if (outcome == Outcome::Kept && mSpec.isInPlace)
         return end(outcome);
     Failure failure = mDelivery->deliver(mResult.keptAt);
-    // Before the work these were the user's mistakes; now they are somebody else's doing.
+    // Before the work it was the user's mistake; now it is somebody else's doing.
     if (failure.kind == FailureKind::OutputExists && !mContext.options.skipExisting)
         failure = {FailureKind::DeliveryFailed, QStringLiteral("it exists by now")};
-    else if (failure.kind == FailureKind::HardLinks)
-        failure = {FailureKind::DeliveryFailed, QStringLiteral("it has several names (hard links) by now")};
     if (failure)
         return fail(failure);
     end(outcome);
