@@ -6,9 +6,9 @@ set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 page="$root/docs/benchmarks.md"
-photos=(500) films=(30) inputs=(10 10000 100000)
+photos=(500) videos=(30) inputs=(10 10000 100000)
 if [[ ${1:-} == --small ]]; then
-    page=/dev/stdout photos=(8) films=(2 320x180) inputs=(10 1000)
+    page=/dev/stdout photos=(8) videos=(2 320x180) inputs=(10 1000)
 fi
 draft=$(mktemp)
 trap 'rm -f -- "$draft"' EXIT
@@ -17,14 +17,14 @@ trap 'rm -f -- "$draft"' EXIT
 # How fast it is
 
 Written by \`bench/all.sh\` in one run, on $(nproc) cores ($(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)), with
-$(ffmpeg -version | sed -n '1s/ Copyright.*//p'). The photos and films are made by ffmpeg's generators, with grain. Times are
-wall times: medians of three runs that take turns, for films means of two.
+$(ffmpeg -version | sed -n '1s/ Copyright.*//p'). The photos and videos are made by ffmpeg's generators, with grain. Times are
+wall times: medians of three runs that take turns, for videos means of two.
 
 | what | vxcompress | the other | ratio | wanted |
 |---|---|---|---|---|
 INTRO
     "$root/bench/photos.sh" "${photos[@]}"
-    "$root/bench/films.sh" "${films[@]}"
+    "$root/bench/videos.sh" "${videos[@]}"
     "$root/bench/startup.sh" "${inputs[@]}"
 } >"$draft"
 if [[ -f $page || ! -e $page ]]; then

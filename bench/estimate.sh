@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# How near the estimate of a film's size comes: ten made films of easy and hard stretches, estimated by samples and then
-# encoded whole. Prints a line a film, how many truths lie inside their range, and the median width of the range.
+# How near the estimate of a video's size comes: ten made videos of easy and hard stretches, estimated by samples and then
+# encoded whole. Prints a line a video, how many truths lie inside their range, and the median width of the range.
 # About ten minutes on two cores.
 #
 #   bench/estimate.sh [QUALITY|PERCENT%]      as --quality and --size take them (28)
@@ -10,16 +10,16 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 . "$root/bench/common.sh"
 quality=${1:-28}
 bin="$root/build/dev/bin"
-# The films are the same in every run: with VXC_BENCH_FILMS they are kept there for the next.
+# The videos are the same in every run: with VXC_BENCH_VIDEOS they are kept there for the next.
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
-films=${VXC_BENCH_FILMS:-$work}
-mkdir -p "$films"
+videos=${VXC_BENCH_VIDEOS:-$work}
+mkdir -p "$videos"
 export TMPDIR="$work"
 
 cmake --build "$root/build/dev" --target search_bench >&2
 
-# KIND:SECONDS stretches. The last column is how the film itself is encoded: by quality, so that its own bytes tell
+# KIND:SECONDS stretches. The last column is how the video itself is encoded: by quality, so that its own bytes tell
 # what is hard, or at a constant bitrate, so that they tell nothing.
 table='
 1 quality  still:20 test:30 noise:15 still:40 life:25
@@ -46,7 +46,7 @@ stretch() { # KIND SECONDS SEED: an input for ffmpeg's lavfi
     esac
 }
 
-make_film() { # NUMBER RATE STRETCH...
+make_video() { # NUMBER RATE STRETCH...
     local inputs=() chain="" item count=0 total=0
     for item in "${@:3}"; do
         inputs+=(-f lavfi -t "${item#*:}" -i "$(stretch "${item%:*}" "${item#*:}" "$((7 * $1 + count))")")
@@ -60,21 +60,21 @@ make_film() { # NUMBER RATE STRETCH...
     [[ $2 == bitrate ]] && rate=(-b:v 1500k -minrate 1500k -maxrate 1500k -bufsize 1500k -x264opts nal-hrd=cbr)
     ffmpeg -nostdin -v error -y "${inputs[@]}" -f lavfi -i "sine=440:r=44100:d=$total" \
         -filter_complex "$chain${joints}concat=n=${count}[v]" -map '[v]' -map "$count:a" \
-        -c:v libx264 -preset ultrafast "${rate[@]}" -c:a aac -b:a 96k "$films/$1.part.mp4"
-    mv -- "$films/$1.part.mp4" "$films/$1.mp4"
+        -c:v libx264 -preset ultrafast "${rate[@]}" -c:a aac -b:a 96k "$videos/$1.part.mp4"
+    mv -- "$videos/$1.part.mp4" "$videos/$1.mp4"
 }
 
 while read -r number rate stretches; do
     [[ -n $number ]] || continue
     # shellcheck disable=SC2086
-    [[ -e $films/$number.mp4 ]] || make_film "$number" "$rate" $stretches
-    read -r low high samples < <("$bin/search_bench" estimate "$films/$number.mp4" mp4 "$quality")
-    truth=$("$bin/search_bench" encode "$films/$number.mp4" mp4 "$quality")
+    [[ -e $videos/$number.mp4 ]] || make_video "$number" "$rate" $stretches
+    read -r low high samples < <("$bin/search_bench" estimate "$videos/$number.mp4" mp4 "$quality")
+    truth=$("$bin/search_bench" encode "$videos/$number.mp4" mp4 "$quality")
     awk -v n="$number" -v l="$low" -v h="$high" -v t="$truth" -v s="$samples" 'BEGIN {
         middle = (l + h) / 2
         printf "%s %d %.3f %d..%d, %d samples, truth %d\n", n, l <= t && t <= h, (h - l) / middle, l, h, s, t }' |
-        tee -a "$work/films"
+        tee -a "$work/videos"
 done <<<"$table"
 
-echo "truths inside the range: $(awk '{ n += $2 } END { print n " of " NR }' "$work/films")"
-echo "width of the range, as a share of its middle: $(cut -d' ' -f3 "$work/films" | median)"
+echo "truths inside the range: $(awk '{ n += $2 } END { print n " of " NR }' "$work/videos")"
+echo "width of the range, as a share of its middle: $(cut -d' ' -f3 "$work/videos" | median)"

@@ -18,7 +18,7 @@ import sys
 import tempfile
 
 from fleet_model import Figures, Fleet, simulate
-from fleet_runs import TwoWorkers, make_film, make_pictures, shard_of, take_figures, write_list
+from fleet_runs import TwoWorkers, make_video, make_images, shard_of, take_figures, write_list
 
 ROOT = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
 FIGURES = os.path.join(ROOT, "bench", "fleet.json")
@@ -59,9 +59,9 @@ def check():
     with tempfile.TemporaryDirectory() as folder:
         os.mkdir(f"{folder}/archive")
         files = [file for kind, count in (("jpeg", 70), ("png", 14), ("webp", 12))
-                 for file in make_pictures(f"{folder}/archive", kind, "1632x1224", count)]
+                 for file in make_images(f"{folder}/archive", kind, "1632x1224", count)]
         files += [file for seconds, noise in ((2, 5), (3, 6), (4, 7), (5, 8))
-                  for file in make_film(f"{folder}/archive", seconds, noise)]
+                  for file in make_video(f"{folder}/archive", seconds, noise)]
         write_list(f"{folder}/list", (name for name, _, _ in files))
         head(f"two workers, {len(files)} files", "core seconds", "predicted", "real", "real / predicted")
         for number, (name, count, slow, killed) in enumerate(TRIALS):
@@ -86,12 +86,12 @@ def check():
     return 0 if good else 1
 
 
-PHOTOS, FILMS = 1_000_000, 10_000
+PHOTOS, VIDEOS = 1_000_000, 10_000
 # Of the photos so many are of this kind, and half of these have fewer megapixels than that.
 MIX = {"jpeg": (0.85, 8.0), "png": (0.10, 2.0), "webp": (0.05, 2.0)}
-FILM_SECONDS = 60.0
+VIDEO_SECONDS = 60.0
 # Sizes are log-normal: two thirds lie within this factor of the median, and none beyond the largest.
-PHOTO_FACTOR, PHOTO_MOST, FILM_FACTOR, FILM_MOST = 1.6, 50.0, 2.7, 7200.0
+PHOTO_FACTOR, PHOTO_MOST, VIDEO_FACTOR, VIDEO_MOST = 1.6, 50.0, 2.7, 7200.0
 # What is left of 1 and 10 Gbit a second below the frames and a network drive's own words.
 DISKS = {"1 Gbit/s": 0.94 * 125e6, "10 Gbit/s": 0.94 * 1250e6}
 # A scheduler waits for a silent machine before it gives it up.
@@ -99,11 +99,11 @@ NOTICED = 300.0
 
 
 def draw_archive(figures):
-    """The photos, and behind them the films; always the same ones."""
+    """The photos, and behind them the videos; always the same ones."""
     chance = random.Random(1)
     kinds = chance.choices(list(MIX), [share for share, _ in MIX.values()], k=PHOTOS)
     draws = [(kind, MIX[kind][1], PHOTO_FACTOR, PHOTO_MOST) for kind in kinds]
-    draws += [("film", FILM_SECONDS, FILM_FACTOR, FILM_MOST)] * FILMS
+    draws += [("video", VIDEO_SECONDS, VIDEO_FACTOR, VIDEO_MOST)] * VIDEOS
     return [figures.rates[kind].file(min(chance.lognormvariate(math.log(median), math.log(factor)), most))
             for kind, median, factor, most in draws]
 
@@ -117,10 +117,10 @@ def cut(files, size):
     return shards
 
 
-def films_first(files, size):
-    """A shard for each film, the largest first; behind them the photos."""
-    films = sorted(range(PHOTOS, PHOTOS + FILMS), key=lambda number: -files[number].bytes_in)
-    return [[number] for number in films] + cut(range(PHOTOS), size)
+def videos_first(files, size):
+    """A shard for each video, the largest first; behind them the photos."""
+    videos = sorted(range(PHOTOS, PHOTOS + VIDEOS), key=lambda number: -files[number].bytes_in)
+    return [[number] for number in videos] + cut(range(PHOTOS), size)
 
 
 def lose_at_random(machines, mean, back, until):
@@ -151,7 +151,7 @@ def table():
 def print_rates(figures):
     head("a file", "core seconds", "files per core and second", "read", "written", "cores that fill 1 Gbit/s")
     typical = [(f"{kind}, {median:g} MP", kind, median) for kind, (_, median) in MIX.items()]
-    typical += [(f"film of 1080p, {FILM_SECONDS:g} s", "film", FILM_SECONDS)]
+    typical += [(f"video of 1080p, {VIDEO_SECONDS:g} s", "video", VIDEO_SECONDS)]
     for name, kind, units in typical:
         file = figures.rates[kind].file(units)
         row(name, f"{file.seconds:.2f}", f"{1 / file.seconds:.2g}", f"{file.bytes_in / 1e6:.2f} MB",
@@ -164,15 +164,15 @@ def print_rates(figures):
 def print_fleets(files, figures):
     work = sum(file.seconds for file in files)
     moved = sum(file.bytes_in + file.bytes_out for file in files)
-    film_work = sum(file.seconds for file in files[PHOTOS:])
-    print(f"The archive: {work / 3600:.0f} core hours, {film_work / work:.0%} of them for films, and {moved / 1e12:.2f} TB "
+    video_work = sum(file.seconds for file in files[PHOTOS:])
+    print(f"The archive: {work / 3600:.0f} core hours, {video_work / work:.0%} of them for videos, and {moved / 1e12:.2f} TB "
           "read and written.")
     for name, bandwidth in DISKS.items():
         print(f"{name} is full with {bandwidth * work / moved:.0f} cores at work.")
     print()
 
     head("machines × cores", *(title for name in DISKS for title in (f"over {name}", "cores at work", "disk at work")))
-    shards = films_first(files, 100)
+    shards = videos_first(files, 100)
     for machines, cores in ((1, 8), (1, 16), (2, 16), (4, 16), (8, 16), (16, 16)):
         cells = []
         for bandwidth in DISKS.values():
@@ -191,7 +191,7 @@ def print_shards(files, figures):
          "a machine at half its pace", "a machine lost half-way", "core hours lost")
     cuts = [(f"{size} files", cut(files, size)) for size in (10, 100, 1000)]
     cuts += [("a shard for each core", cut(files, len(files) / (FLEET.machines * FLEET.cores)))]
-    cuts += [(f"a film alone, the largest first; {size} photos", films_first(files, size)) for size in (100, 1000)]
+    cuts += [(f"a video alone, the largest first; {size} photos", videos_first(files, size)) for size in (100, 1000)]
     for name, shards in cuts:
         well = simulate(files, shards, FLEET, figures)
         slow = simulate(files, shards, dataclasses.replace(FLEET, slow={0: 2.0}), figures)
@@ -205,7 +205,7 @@ def print_shards(files, figures):
 def print_losses(files, figures):
     back = 600.0
     head(f"machines are lost, and back in {back / 60:g} minutes", "losses", "takes", "core hours lost", "files begun again")
-    shards = films_first(files, 100)
+    shards = videos_first(files, 100)
     long_enough = 10 * sum(file.seconds for file in files) / (FLEET.machines * FLEET.cores)
     for mean in (24, 4, 1):
         losses = lose_at_random(FLEET.machines, mean * 3600, back, long_enough)

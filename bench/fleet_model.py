@@ -65,7 +65,7 @@ class Outcome:
 class Simulation:
     """A heap of moments. Whatever takes time is a generator that yields the moment when it goes on."""
 
-    # A film is read, encoded and written by such pieces, so that it leaves the disk to others between them.
+    # A video is read, encoded and written by such pieces, so that it leaves the disk to others between them.
     PIECE_BYTES = 16e6
 
     def __init__(self, files, shards, fleet, figures):

@@ -16,33 +16,33 @@ from fleet_model import Figures, Rate
 
 BIN = os.path.join(os.path.dirname(os.path.dirname(os.path.realpath(__file__))), "build", "release", "bin")
 
-# What files are measured in: a picture in megapixels, a film of 1080p in seconds.
-SUFFIXES = {"jpeg": ".jpg", "png": ".png", "webp": ".webp", "film": ".mkv"}
-PICTURE = "mandelbrot=s={size}:r=5:maxiter=200:end_scale=0.05,noise=alls=8:allf=t"
-FILM = "testsrc2=s=1920x1080:r=25,noise=alls={noise}:allf=t"
+# What files are measured in: an image in megapixels, a video of 1080p in seconds.
+SUFFIXES = {"jpeg": ".jpg", "png": ".png", "webp": ".webp", "video": ".mkv"}
+IMAGE = "mandelbrot=s={size}:r=5:maxiter=200:end_scale=0.05,noise=alls=8:allf=t"
+VIDEO = "testsrc2=s=1920x1080:r=25,noise=alls={noise}:allf=t"
 
 
 def tool(name, *arguments):
     subprocess.run([os.path.join(BIN, name), *arguments], check=True, stdin=subprocess.DEVNULL)
 
 
-def make_pictures(folder, kind, size, count):
+def make_images(folder, kind, size, count):
     """Names and megapixels."""
     names = [f"{folder}/{kind}-{size}-{number:03d}{SUFFIXES[kind]}" for number in range(1, count + 1)]
     options = {"jpeg": ["-q:v", "2"], "png": [], "webp": ["-c:v", "libwebp", "-quality", "95", "-f", "image2"]}[kind]
-    tool("ffmpeg", "-v", "error", "-f", "lavfi", "-i", PICTURE.format(size=size), "-frames:v", str(count), *options,
+    tool("ffmpeg", "-v", "error", "-f", "lavfi", "-i", IMAGE.format(size=size), "-frames:v", str(count), *options,
          f"{folder}/{kind}-{size}-%03d{SUFFIXES[kind]}")
     width, height = map(int, size.split("x"))
     return [(name, kind, width * height / 1e6) for name in names]
 
 
-def make_film(folder, seconds, noise):
+def make_video(folder, seconds, noise):
     """As a telephone takes it: 16 Mbit a second, and sound."""
-    name = f"{folder}/film-{seconds}-{noise}{SUFFIXES['film']}"
-    tool("ffmpeg", "-v", "error", "-f", "lavfi", "-i", FILM.format(noise=noise), "-f", "lavfi", "-i",
+    name = f"{folder}/video-{seconds}-{noise}{SUFFIXES['video']}"
+    tool("ffmpeg", "-v", "error", "-f", "lavfi", "-i", VIDEO.format(noise=noise), "-f", "lavfi", "-i",
          f"sine=f={noise * 110}:r=48000", "-t", str(seconds), "-c:v", "libx264", "-preset", "ultrafast", "-b:v", "16M",
          "-pix_fmt", "yuv420p", "-c:a", "aac", name)
-    return [(name, "film", seconds)]
+    return [(name, "video", seconds)]
 
 
 def write_list(name, files):
@@ -91,12 +91,12 @@ def fit(points):
 
 
 def take_figures(folder, sizes, count, lengths, rounds):
-    """Measures with so many pictures of each kind and size, films of such lengths, medians of so many rounds."""
+    """Measures with so many images of each kind and size, videos of such lengths, medians of so many rounds."""
     sources = f"{folder}/sources"
     os.makedirs(sources)
     files = [file for kind in ("jpeg", "png", "webp") for size in sizes
-             for file in make_pictures(sources, kind, size, count)]
-    files += [file for number, seconds in enumerate(lengths, 3) for file in make_film(sources, seconds, number)]
+             for file in make_images(sources, kind, size, count)]
+    files += [file for number, seconds in enumerate(lengths, 3) for file in make_video(sources, seconds, number)]
     write_list(f"{folder}/all", (name for name, _, _ in files))
     write_list(f"{folder}/two", (name for name, _, _ in files[:2]))
     write_list(f"{folder}/many", (f"archive/{number:06d}" for number in range(100000)))

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# How near results come to a wished size, and in how many encodes: films and pictures, made here. Prints a line a wish:
-# setting:bytes:likeness of each trial, then what came of it. A minute or two on two cores.
+# How near results come to a requested size, and in how many encodes: videos and images, made here. Prints a line a request:
+# setting:bytes:SSIM of each trial, then what came of it. A minute or two on two cores.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
@@ -21,7 +21,7 @@ make -f lavfi -i mandelbrot=s=1280x960 -frames:v 1 "$work/fractal.png"
 make -i "$work/fractal.png" -q:v 2 "$work/fractal.jpg"
 
 goal() { # SOURCE SUFFIX SIZE MIN_SSIM [QUALITY]
-    printf '%s to %s, size %s, likeness %s: ' "$@"
+    printf '%s to %s, size %s, SSIM %s: ' "$@"
     "$bin/search_bench" goal "$work/$1" "${@:2}"
 }
 for size in 20% 40% 60% 90%; do goal hard.mp4 mp4 $size -; done
@@ -32,7 +32,7 @@ for suffix in jpg webp; do
     for size in 10% 40% 80%; do goal fractal.jpg $suffix $size -; done
 done
 for size in 20% 30% 1kB; do goal fractal.png png $size -; done
-for likeness in 0.9 0.95 0.99; do goal hard.mp4 mp4 - $likeness; done
-for likeness in 0.95 0.98 0.9999; do goal fractal.jpg jpg - $likeness; done
+for SSIM in 0.9 0.95 0.99; do goal hard.mp4 mp4 - $SSIM; done
+for SSIM in 0.95 0.98 0.9999; do goal fractal.jpg jpg - $SSIM; done
 goal hard.mp4 mp4 40% 0.5
 goal fractal.jpg jpg 40% 0.999

@@ -5,7 +5,7 @@
 //   search_bench encode SOURCE SUFFIX QUALITY|PERCENT%        the bytes that it becomes
 //   search_bench goal SOURCE SUFFIX SIZE|- MIN_SSIM|- [QUALITY]
 //                                                             every trial, then what came of them
-//   search_bench ssim RESULT SOURCE film|picture              the likeness
+//   search_bench ssim RESULT SOURCE video|image              the SSIM
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -14,8 +14,8 @@
 #include <QTextStream>
 
 #include "compressor/CompressorEntry.h"
-#include "host/search/FilmEstimate.h"
 #include "host/search/GoalSearch.h"
+#include "host/search/VideoEstimate.h"
 
 namespace {
 
@@ -89,42 +89,42 @@ int encode(const QStringList& arguments)
 int estimate(const QStringList& arguments)
 {
     const QTemporaryDir folder;
-    FilmEstimate film(requestOf(arguments, folder), kMakeRun, newPathIn(folder));
-    QObject::connect(&film, &FilmEstimate::ended, &film, [](const EstimateOutcome& outcome) {
+    VideoEstimate video(requestOf(arguments, folder), kMakeRun, newPathIn(folder));
+    QObject::connect(&video, &VideoEstimate::ended, &video, [](const EstimateOutcome& outcome) {
         out() << outcome.range.low << ' ' << outcome.range.high << ' ' << outcome.samples.size() << Qt::endl;
         for (const SampleMeasure& sample : outcome.samples)
             QTextStream(stderr) << sample.sourceBytes << ' ' << sample.sourceMs << ' ' << sample.resultBytes
                                 << ' ' << sample.resultMs << Qt::endl;
         QCoreApplication::exit(outcome.kind == EstimateOutcome::Estimated ? 0 : 1);
     });
-    film.start();
+    video.start();
     return QCoreApplication::exec();
 }
 
 int goal(const QStringList& arguments)
 {
     const QTemporaryDir folder;
-    GoalWish wish;
-    wish.inputPath = arguments[0];
-    wish.suffix = arguments[1];
-    wish.isFilm = !QStringList({QStringLiteral("jpg"), QStringLiteral("png"), QStringLiteral("webp")})
-                       .contains(wish.suffix);
-    wish.size = SizeGoal::parse(arguments[2]);
+    SearchTarget target;
+    target.inputPath = arguments[0];
+    target.suffix = arguments[1];
+    target.isVideo = !QStringList({QStringLiteral("jpg"), QStringLiteral("png"), QStringLiteral("webp")})
+                          .contains(target.suffix);
+    target.size = SizeGoal::parse(arguments[2]);
     if (const double minSsim = arguments[3].toDouble(); minSsim > 0)
-        wish.minSsim = minSsim;
-    wish.quality = arguments.value(4, wish.isFilm ? QStringLiteral("28") : QStringLiteral("75")).toInt();
-    GoalSearch search(wish, kMakeRun, newPathIn(folder));
-    QObject::connect(&search, &GoalSearch::ended, &search, [&wish](const GoalOutcome& outcome) {
+        target.minSsim = minSsim;
+    target.quality = arguments.value(4, target.isVideo ? QStringLiteral("28") : QStringLiteral("75")).toInt();
+    GoalSearch search(target, kMakeRun, newPathIn(folder));
+    QObject::connect(&search, &GoalSearch::ended, &search, [&request](const GoalOutcome& outcome) {
         for (const Trial& trial : outcome.trials)
             out() << trial.setting << ':' << trial.bytes << ':' << trial.ssim << ' ';
-        const qint64 sourceBytes = QFileInfo(wish.inputPath).size();
+        const qint64 sourceBytes = QFileInfo(target.inputPath).size();
         if (outcome.kind == GoalOutcome::NotMet)
-            out() << "unmet, " << reachedText(wish, outcome) << Qt::endl;
+            out() << "unmet, " << reachedText(target, outcome) << Qt::endl;
         else if (outcome.kind != GoalOutcome::Met)
             out() << "failed " << outcome.kind << ' ' << outcome.runCode << outcome.runText << Qt::endl;
-        else if (wish.size)
+        else if (target.size)
             out() << "met, "
-                  << double(outcome.trials[outcome.chosen].bytes) / double(wish.size->bytesFor(sourceBytes))
+                  << double(outcome.trials[outcome.chosen].bytes) / double(target.size->bytesFor(sourceBytes))
                   << " of the goal" << Qt::endl;
         else
             out() << "met" << Qt::endl;
@@ -142,7 +142,7 @@ int ssim(const QString& result, const QString& source, const QString& kind)
         QCoreApplication::exit(value < 0 ? 1 : 0);
     });
     probe.start(result, source,
-                kind == QLatin1String("film") ? SsimProbe::Kind::Film : SsimProbe::Kind::Picture);
+                kind == QLatin1String("video") ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
     return QCoreApplication::exec();
 }
 

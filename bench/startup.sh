@@ -28,7 +28,7 @@ env=$(milliseconds env true)
 version=$(milliseconds "$bin/vxcompress" --version)
 whole=$(milliseconds "$bin/vxcompress" -f "$work/small.jpg" "$work/out.jpg")
 encoder=$(milliseconds "$bin/cJpeg" -outfile "$work/out.jpg" -quality 75 -baseline "$work/small.jpg")
-row "one picture of 64x64, vxcompress and cJpeg" "$whole ms" "$encoder ms" "$(over "$whole" "$encoder" %.1f)" ""
+row "one image of 64x64, vxcompress and cJpeg" "$whole ms" "$encoder ms" "$(over "$whole" "$encoder" %.1f)" ""
 row "— of it the program with Qt (--version)" "$(rest "$version" "$nothing")" "" "" ""
 row "— loading the module with FFmpeg's libraries" "$(rest "$loaded" "$env")" "" "" ""
 row "— the encoder" "$encoder ms" "" "" ""

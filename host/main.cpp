@@ -2,11 +2,11 @@
 
 #include <tuple>
 
-#include "host/Options.h"
+#include "host/cli/ParseOptions.h"
 #include "host/doctor/Doctor.h"
-#include "host/report/Reporter.h"
+#include "host/output/Reporter.h"
+#include "host/report/ReportCommand.h"
 #include "host/run/BatchRun.h"
-#include "host/summary/ReportCommand.h"
 #include "host/system/Platform.h"
 
 static int answer(const NoJob& noJob, bool asJson)

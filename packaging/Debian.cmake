@@ -23,7 +23,7 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "ffmpeg, pngquant")
 set(CPACK_COMPONENT_PROGRAM_DEPENDS library)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "makes image and video files smaller
-A command-line program that compresses JPEG, PNG and WebP pictures and films,
+A command-line program that compresses JPEG, PNG and WebP images and videos,
 one or a whole tree of them in one call. A source is never harmed, and a
 result is whole or absent.")
 

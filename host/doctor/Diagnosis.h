@@ -8,7 +8,7 @@
 /// One tiny encode through the module.
 struct EncoderTrial
 {
-    QString kind;      ///< "JPEG", "PNG", "WebP" or "film"
+    QString kind;      ///< "JPEG", "PNG", "WebP" or "video"
     QString error;     ///< why there was none; empty: the result is a file of this kind
     qint64 before = 0; ///< bytes
     qint64 after = 0;  ///< bytes

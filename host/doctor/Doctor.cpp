@@ -4,14 +4,15 @@
 
 #include <algorithm>
 
-#include "host/Options.h"
 #include "host/doctor/DoctorJson.h"
 #include "host/doctor/DoctorText.h"
 #include "host/doctor/EncoderProbe.h"
 #include "host/doctor/SystemProbe.h"
 #include "host/doctor/TrialRun.h"
-#include "host/run/CompressorLibrary.h"
-#include "host/run/TaskThread.h"
+#include "host/job/ExitStatus.h"
+#include "host/job/Options.h"
+#include "host/module/CompressorLibrary.h"
+#include "host/module/TaskThread.h"
 #include "host/system/Platform.h"
 #include "host/system/PrivateFolder.h"
 

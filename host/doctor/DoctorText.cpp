@@ -1,13 +1,13 @@
 #include "host/doctor/DoctorText.h"
 
-#include "host/report/SizeText.h"
+#include "host/output/SizeText.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int kLabelWidth = 12;
-// Some films of a DVD's length; with less, jobs fail half-way.
+// Some videos of a DVD's length; with less, jobs fail half-way.
 constexpr qint64 kLittleRoomBytes = 1'000'000'000;
 
 const struct
@@ -118,7 +118,7 @@ void addTemporaryPlace(Lines& lines, const TemporaryPlace& place)
     lines.add("temporary", hasRoom ? "ok" : "note",
               u"%1, %2 free"_s.arg(place.path, sizeText(place.freeBytes)));
     if (!hasRoom)
-        lines.more(u"little for films; TMPDIR names another folder"_s);
+        lines.more(u"little for videos; TMPDIR names another folder"_s);
 }
 
 QString terminalText(const TerminalState& terminal)

@@ -7,9 +7,9 @@
 
 #include <chrono>
 
-#include "host/TaskRun.h"
 #include "host/doctor/EncoderProbe.h"
 #include "host/doctor/TrialSource.h"
+#include "host/module/TaskRun.h"
 #include "host/system/PrivateFolder.h"
 
 using namespace Qt::StringLiterals;
@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using namespace std::chrono_literals;
-// Half a second of a film of 128x96 takes a tenth of a second; a loaded machine may need longer.
+// Half a second of a video of 128x96 takes a tenth of a second; a loaded machine may need longer.
 constexpr auto kTrialTimeout = 30s;
 
 QString pngSource(const QString& path, const QString&, const QString&)
@@ -25,9 +25,9 @@ QString pngSource(const QString& path, const QString&, const QString&)
     return makePngSource(path);
 }
 
-QString filmSource(const QString& path, const QString& encoder, const QString&)
+QString videoSource(const QString& path, const QString& encoder, const QString&)
 {
-    return makeFilmSource(path, encoder);
+    return makeVideoSource(path, encoder);
 }
 
 struct TrialRow
@@ -46,7 +46,7 @@ const TrialRow kTrials[] = {
     {"cJpeg", "JPEG", "jpg", "jpg", makeJpegSource, 75, "\xFF\xD8\xFF", ""},
     {"pngquant", "PNG", "png", "png", pngSource, 80, "\x89PNG", ""},
     {"ffmpeg", "WebP", "png", "webp", pngSource, 75, "RIFF    WEBP", " libwebp "},
-    {"ffmpeg", "film", "mkv", "mp4", filmSource, 28, "    ftyp", " libx264 "},
+    {"ffmpeg", "video", "mkv", "mp4", videoSource, 28, "    ftyp", " libx264 "},
 };
 
 bool beginsWith(const QString& path, const QByteArray& signature)
@@ -96,7 +96,7 @@ void TrialRun::examine(EncoderState& encoder)
         if (trial.error.isEmpty() && !beginsWith(output, row.signature))
             trial.error = u"the result is no %1"_s.arg(trial.kind);
         if (!trial.error.isEmpty()) {
-            // A cjpeg that makes a JPEG of a plain picture and none of a JPEG is one that cannot read it.
+            // A cjpeg that makes a JPEG of a plain image and none of a JPEG is one that cannot read it.
             encoder.fault = hasSource && encoder.name == "cJpeg"_L1 ? EncoderFault::ReadsNoJpeg
                                                                     : EncoderFault::TrialFailed;
             encoder.detail = trial.kind + ": "_L1 + trial.error + lackOf(encoder.path, row.coder);

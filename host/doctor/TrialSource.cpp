@@ -77,17 +77,17 @@ QString makePngSource(const QString& path)
 
 QString makeJpegSource(const QString& path, const QString& encoder, const QString& plain)
 {
-    QByteArray picture = "P6\n64 64\n255\n";
+    QByteArray image = "P6\n64 64\n255\n";
     static_assert(kRowBytes == 64 * 3);
     for (int y = 0; y < kSide; ++y)
-        picture += pixelRow(y);
-    QString error = write(plain, picture);
+        image += pixelRow(y);
+    QString error = write(plain, image);
     if (!error.isEmpty())
         return error;
     return errorOf(runTool(encoder, {u"-quality"_s, u"98"_s, u"-outfile"_s, path, plain}));
 }
 
-QString makeFilmSource(const QString& path, const QString& encoder)
+QString makeVideoSource(const QString& path, const QString& encoder)
 {
     const QString arguments = u"-v error -f lavfi -i testsrc2=s=128x96:r=25:d=0.5 -f lavfi -i sine=d=0.5 "
                               "-c:v mpeg4 -q:v 1 -c:a pcm_s16le -f matroska"_s;

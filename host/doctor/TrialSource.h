@@ -7,8 +7,8 @@
 /// By nothing but this program.
 QString makePngSource(const QString& path);
 
-/// By the JPEG encoder at `encoder`, from a picture in a format that every cjpeg reads, which is made at `plain`.
+/// By the JPEG encoder at `encoder`, from an image in a format that every cjpeg reads, which is made at `plain`.
 QString makeJpegSource(const QString& path, const QString& encoder, const QString& plain);
 
-/// By the ffmpeg at `encoder`, with coders that every build of it has: half a second of picture and sound.
-QString makeFilmSource(const QString& path, const QString& encoder);
+/// By the ffmpeg at `encoder`, with coders that every build of it has: half a second of image and sound.
+QString makeVideoSource(const QString& path, const QString& encoder);

@@ -1,4 +1,4 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 #include <cstdlib>
 
@@ -10,15 +10,15 @@ constexpr quint64 kHeaderWithMasks = 56;
 
 } // namespace
 
-PictureReading readBmp(FileWindow& file)
+ImageReading readBmp(FileWindow& file)
 {
-    PictureReading reading;
+    ImageReading reading;
     const qint64 pixels = qint64(file.little(10, 4));
     const quint64 header = file.little(14, 4);
     if (header == kOldHeader)
         return reading;
     const qint64 width = qint32(file.little(18, 4));
-    // Negative for a picture that begins at its top.
+    // Negative for an image that begins at its top.
     const qint64 height = std::abs(qint64(qint32(file.little(22, 4))));
     const qint64 bits = qint64(file.little(28, 2));
     reading.facts.size = QSize(int(width), int(height));
@@ -27,6 +27,6 @@ PictureReading readBmp(FileWindow& file)
     // The last row may lack the bytes that fill it up. A quotient, since the header may say anything.
     const qint64 left = file.size() - pixels + 3;
     if (file.little(30, 4) == kUncompressed && rowBytes > 0 && left / rowBytes < height)
-        reading.damage = QStringLiteral("the picture ends before its last row");
+        reading.damage = QStringLiteral("the image ends before its last row");
     return reading;
 }

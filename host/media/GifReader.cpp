@@ -1,4 +1,4 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 namespace {
 
@@ -28,10 +28,10 @@ qint64 behindSubBlocks(FileWindow& file, qint64 offset)
 
 } // namespace
 
-PictureReading readGif(FileWindow& file)
+ImageReading readGif(FileWindow& file)
 {
-    PictureReading reading;
-    PictureFacts& facts = reading.facts;
+    ImageReading reading;
+    ImageFacts& facts = reading.facts;
     facts.size = QSize(int(file.little(6, 2)), int(file.little(8, 2)));
     qint64 offset = kHeader + colourTableBytes(file.byte(10));
     for (int images = 0;;) {
@@ -51,6 +51,6 @@ PictureReading readGif(FileWindow& file)
             break;
         }
     }
-    reading.damage = QStringLiteral("the picture ends before its trailer");
+    reading.damage = QStringLiteral("the image ends before its trailer");
     return reading;
 }

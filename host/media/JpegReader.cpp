@@ -1,4 +1,4 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ bool hasNoLength(int marker)
     return (marker >= kRestart0 && marker <= kStartOfImage) || marker == 0x01;
 }
 
-void readSegment(FileWindow& file, int marker, qint64 body, PictureFacts& facts)
+void readSegment(FileWindow& file, int marker, qint64 body, ImageFacts& facts)
 {
     if (isFrameHeader(marker)) {
         facts.bitsPerSample = qMax(8, file.byte(body));
@@ -60,8 +60,8 @@ qint64 endOfPixels(FileWindow& file, qint64 offset)
     }
 }
 
-// What follows the end-of-image marker is not the picture's: previews, films, padding.
-bool reachesEndOfImage(FileWindow& file, qint64 offset, PictureFacts& facts)
+// What follows the end-of-image marker is not the image's: previews, videos, padding.
+bool reachesEndOfImage(FileWindow& file, qint64 offset, ImageFacts& facts)
 {
     bool hasPixels = false;
     while (offset + 1 < file.size() && file.byte(offset) == 0xFF) {
@@ -80,7 +80,7 @@ bool reachesEndOfImage(FileWindow& file, qint64 offset, PictureFacts& facts)
         offset += 2 + length;
         if (marker != kStartOfScan)
             continue;
-        // Embedded previews lie before the pixels, so an end that is the file's is the picture's.
+        // Embedded previews lie before the pixels, so an end that is the file's is the image's.
         hasPixels = true;
         if (offset + kEnd.size() <= file.size() && file.has(file.size() - kEnd.size(), kEnd))
             return true;
@@ -91,10 +91,10 @@ bool reachesEndOfImage(FileWindow& file, qint64 offset, PictureFacts& facts)
 
 } // namespace
 
-PictureReading readJpeg(FileWindow& file)
+ImageReading readJpeg(FileWindow& file)
 {
-    PictureReading reading;
+    ImageReading reading;
     if (!reachesEndOfImage(file, 2, reading.facts))
-        reading.damage = QStringLiteral("the picture ends before its end-of-image marker");
+        reading.damage = QStringLiteral("the image ends before its end-of-image marker");
     return reading;
 }

@@ -10,10 +10,10 @@ qint64 toleranceMs(qint64 lengthMs)
 }
 
 // 0 where it is not known.
-qint64 pictureMs(const FilmFacts& facts)
+qint64 videoStreamMs(const VideoFacts& facts)
 {
-    const FilmStream* const picture = facts.picture();
-    return picture ? std::max<qint64>(0, picture->endMs) : 0;
+    const StreamFacts* const image = facts.videoStream();
+    return image ? std::max<qint64>(0, image->endMs) : 0;
 }
 
 bool isShorter(qint64 resultMs, qint64 sourceMs)
@@ -28,35 +28,34 @@ QString seconds(qint64 milliseconds)
 
 } // namespace
 
-LengthVerdict lengthVerdict(const FilmFacts& source, const FilmFacts& result)
+LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
 {
     const QString lengths =
         QStringLiteral("%1 s of %2 s").arg(seconds(result.lengthMs), seconds(source.lengthMs));
     if (source.lengthMs <= 0 || result.lengthMs <= 0) {
         const bool isLost = source.isLengthStated && result.lengthMs <= 0;
         return isLost ? LengthVerdict{LengthVerdict::Cut,
-                                      QStringLiteral("nothing of the film's length is there")}
+                                      QStringLiteral("nothing of the video's length is there")}
                       : LengthVerdict{};
     }
     const bool longer = isShorter(source.lengthMs, result.lengthMs);
     if (!longer && !isShorter(result.lengthMs, source.lengthMs))
         return {};
     // A sound that went on alone may be one that the result does not take over.
-    const qint64 sourcePicture = pictureMs(source);
-    const qint64 resultPicture = pictureMs(result);
-    const bool isWholePicture =
-        sourcePicture > 0 && resultPicture > 0 && !isShorter(resultPicture, sourcePicture);
+    const qint64 sourceVideo = videoStreamMs(source);
+    const qint64 resultVideo = videoStreamMs(result);
+    const bool isWholeVideo = sourceVideo > 0 && resultVideo > 0 && !isShorter(resultVideo, sourceVideo);
     // What an estimate missed is no doubt.
     if (longer && !source.isLengthStated)
         return {};
     if (longer)
         return {LengthVerdict::Doubtful,
                 QStringLiteral("the result is longer than its source: %1").arg(lengths)};
-    if (isWholePicture)
+    if (isWholeVideo)
         return {LengthVerdict::Doubtful, QStringLiteral("the sound ends before its source: %1").arg(lengths)};
     if (!source.isLengthStated)
         return {
             LengthVerdict::Doubtful,
             QStringLiteral("the result may be cut: %1, but the source's length is an estimate").arg(lengths)};
-    return {LengthVerdict::Cut, QStringLiteral("the film is cut: %1 are there").arg(lengths)};
+    return {LengthVerdict::Cut, QStringLiteral("the video is cut: %1 are there").arg(lengths)};
 }

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "host/media/FilmFacts.h"
+#include "host/media/VideoFacts.h"
 
 struct LengthVerdict
 {
@@ -18,4 +18,4 @@ struct LengthVerdict
 };
 
 /// Whether a result is as long as its source, within 0.5 s or 1 %, whichever is more. Pure.
-LengthVerdict lengthVerdict(const FilmFacts& source, const FilmFacts& result);
+LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result);

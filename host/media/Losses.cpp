@@ -5,15 +5,15 @@
 namespace {
 
 template <typename Predicate>
-int countStreams(const FilmFacts& facts, Predicate matches)
+int countStreams(const VideoFacts& facts, Predicate matches)
 {
     return int(std::count_if(facts.streams.begin(), facts.streams.end(), matches));
 }
 
-int mostChannels(const FilmFacts& facts)
+int mostChannels(const VideoFacts& facts)
 {
     int most = 0;
-    for (const FilmStream& stream : facts.streams)
+    for (const StreamFacts& stream : facts.streams)
         most = std::max(most, stream.channels);
     return most;
 }
@@ -35,7 +35,7 @@ bool canRead(OutputKind output, const SourceFacts& source)
     case OutputKind::Png:
         return source.format == Png;
     default:
-        return source.format != WebP || !source.picture.isAnimated;
+        return source.format != WebP || !source.image.isAnimated;
     }
 }
 
@@ -43,9 +43,9 @@ QString unsupportedText(OutputKind output)
 {
     switch (output) {
     case OutputKind::Jpeg:
-        return QStringLiteral("only JPEG, PNG, BMP, PNM and Targa pictures can become JPEG");
+        return QStringLiteral("only JPEG, PNG, BMP, PNM and Targa images can become JPEG");
     case OutputKind::Png:
-        return QStringLiteral("only PNG pictures can become a smaller PNG");
+        return QStringLiteral("only PNG images can become a smaller PNG");
     default:
         return QStringLiteral("ffmpeg does not read animated WebP");
     }
@@ -57,36 +57,36 @@ Obstacle obstacleFor(const SourceFacts& source, OutputKind output)
 {
     if (!canRead(output, source))
         return {Obstacle::Unsupported, unsupportedText(output)};
-    const bool keepsFrames = output == OutputKind::WebP || output == OutputKind::Film;
-    if (source.picture.isAnimated && !keepsFrames)
+    const bool keepsFrames = output == OutputKind::WebP || output == OutputKind::Video;
+    if (source.image.isAnimated && !keepsFrames)
         return {Obstacle::FirstFrame,
-                QStringLiteral("the picture is animated, and only its first frame would survive")};
+                QStringLiteral("the image is animated, and only its first frame would survive")};
     return {};
 }
 
 bool isTurnedUpright(const SourceFacts& source, const SourceFacts& result)
 {
-    const QSize from = source.picture.size;
-    const QSize to = result.picture.size;
-    // The sides tell, but not of a square and not of a picture upside down. Then the formats do: ffmpeg turns
+    const QSize from = source.image.size;
+    const QSize to = result.image.size;
+    // The sides tell, but not of a square and not of an image upside down. Then the formats do: ffmpeg turns
     // JPEG, and no encoder turns anything else or into anything else.
-    if (swapsSides(source.picture.orientation) && from.width() != from.height() && !from.isEmpty() &&
+    if (swapsSides(source.image.orientation) && from.width() != from.height() && !from.isEmpty() &&
         !to.isEmpty())
         return to == from.transposed();
-    return source.picture.orientation > 1 && source.format == MediaFormat::Jpeg &&
+    return source.image.orientation > 1 && source.format == MediaFormat::Jpeg &&
            result.format != MediaFormat::Jpeg;
 }
 
-QList<Loss> pictureLosses(const SourceFacts& source, const SourceFacts& result)
+QList<Loss> imageLosses(const SourceFacts& source, const SourceFacts& result)
 {
-    const PictureFacts& before = source.picture;
-    const PictureFacts& after = result.picture;
+    const ImageFacts& before = source.image;
+    const ImageFacts& after = result.image;
     QList<Loss> losses;
     const auto lose = [&losses](const char* id, const QString& text) {
         losses.append({QLatin1String(id), text});
     };
 
-    if (before.isAnimated && !after.isAnimated && result.kind == MediaKind::Picture)
+    if (before.isAnimated && !after.isAnimated && result.kind == MediaKind::Image)
         lose("animation", QStringLiteral("only the first frame of the animation is left"));
     // A PNG that is marked so has had its colours converted.
     if (before.hasIccProfile && !after.hasIccProfile && !after.isMarkedSrgb)
@@ -94,16 +94,16 @@ QList<Loss> pictureLosses(const SourceFacts& source, const SourceFacts& result)
     if (before.hasAlpha && !after.hasAlpha)
         lose("alpha", QStringLiteral("the transparency is lost"));
     if (before.orientation != 1 && after.orientation == 1 && !isTurnedUpright(source, result))
-        lose("orientation", QStringLiteral("the note that turns the picture upright is lost"));
+        lose("orientation", QStringLiteral("the note that turns the image upright is lost"));
     if (before.bitsPerSample > 8 && after.bitsPerSample <= 8)
         lose("bit-depth", QStringLiteral("%1 bits a colour become 8").arg(before.bitsPerSample));
     return losses;
 }
 
-QList<Loss> filmLosses(const FilmFacts& source, const FilmFacts& result)
+QList<Loss> videoLosses(const VideoFacts& source, const VideoFacts& result)
 {
-    const FilmStream* const before = source.picture();
-    const FilmStream* const after = result.picture();
+    const StreamFacts* const before = source.videoStream();
+    const StreamFacts* const after = result.videoStream();
     QList<Loss> losses;
     const auto lose = [&losses](const char* id, const QString& text) {
         losses.append({QLatin1String(id), text});
@@ -125,14 +125,14 @@ QList<Loss> filmLosses(const FilmFacts& source, const FilmFacts& result)
     {
         const char* id;
         const char* text;
-        bool (*matches)(const FilmStream&);
+        bool (*matches)(const StreamFacts&);
     } kKinds[] = {
         {"audio-tracks", "sound tracks are lost: %1 of %2 are left",
-         [](const FilmStream& stream) { return stream.type == FilmStream::Audio; }},
+         [](const StreamFacts& stream) { return stream.type == StreamFacts::Audio; }},
         {"subtitles", "subtitles are lost: %1 of %2 are left",
-         [](const FilmStream& stream) { return stream.type == FilmStream::Subtitle; }},
-        {"cover", "cover pictures are lost: %1 of %2 are left",
-         [](const FilmStream& stream) { return stream.isAttachedPicture; }},
+         [](const StreamFacts& stream) { return stream.type == StreamFacts::Subtitle; }},
+        {"cover", "cover images are lost: %1 of %2 are left",
+         [](const StreamFacts& stream) { return stream.isAttachedPicture; }},
     };
     for (const auto& kind : kKinds) {
         const int had = countStreams(source, kind.matches);

@@ -3,8 +3,8 @@
 #include <QList>
 #include <QString>
 
-#include "host/media/FilmFacts.h"
 #include "host/media/SourceFacts.h"
+#include "host/media/VideoFacts.h"
 
 /// Which encoder makes an output.
 enum class OutputKind
@@ -12,7 +12,7 @@ enum class OutputKind
     Jpeg,
     Png,
     WebP,
-    Film
+    Video
 };
 
 /// Something of the source that its result has no more.
@@ -36,17 +36,17 @@ struct Obstacle
     QString text; ///< for people; empty for None
 };
 
-/// What is in the way of making an output of this kind. For MediaKind::Picture and MediaKind::Film. Pure.
+/// What is in the way of making an output of this kind. For MediaKind::Image and MediaKind::Video. Pure.
 Obstacle obstacleFor(const SourceFacts& source, OutputKind output);
 
-/// What a picture has lost on its way: both as inspectSource() sees them, the result as it will be delivered,
+/// What an image has lost on its way: both as inspectSource() sees them, the result as it will be delivered,
 /// so that copied metadata and a kept source count. Ids: "icc-profile", "alpha", "orientation", "bit-depth",
 /// "animation". Pure.
-QList<Loss> pictureLosses(const SourceFacts& source, const SourceFacts& result);
+QList<Loss> imageLosses(const SourceFacts& source, const SourceFacts& result);
 
-/// The same for a film. Ids: "hdr", "bit-depth", "audio-channels", "alpha", "audio-tracks", "subtitles",
+/// The same for a video. Ids: "hdr", "bit-depth", "audio-channels", "alpha", "audio-tracks", "subtitles",
 /// "cover". Pure.
-QList<Loss> filmLosses(const FilmFacts& source, const FilmFacts& result);
+QList<Loss> videoLosses(const VideoFacts& source, const VideoFacts& result);
 
 /// Whether the pixels of the result are upright although the source's wait to be turned.
 bool isTurnedUpright(const SourceFacts& source, const SourceFacts& result);

@@ -7,8 +7,8 @@
 /// copy metadata.
 struct MetadataRequest
 {
-    QByteArray source;                ///< the bytes of the picture that the metadata comes from
-    QByteArray result;                ///< the bytes of the picture that it goes into
+    QByteArray source;                ///< the bytes of the image that the metadata comes from
+    QByteArray result;                ///< the bytes of the image that it goes into
     bool isJpeg = false;              ///< the module writes EXIF and the ICC profile
     bool isPng = false;               ///< it writes neither
     bool isTurnedUpright = false;     ///< the result needs no turning any more

@@ -1,4 +1,4 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ enum ColourType
     kRgbAlpha = 6
 };
 
-void readHeader(FileWindow& file, qint64 body, PictureFacts& facts)
+void readHeader(FileWindow& file, qint64 body, ImageFacts& facts)
 {
     facts.size = QSize(int(file.big(body, 4)), int(file.big(body + 4, 4)));
     facts.bitsPerSample = qMax(8, file.byte(body + 8));
@@ -24,7 +24,7 @@ void readHeader(FileWindow& file, qint64 body, PictureFacts& facts)
     facts.hasAlpha = colourType == kGreyAlpha || colourType == kRgbAlpha;
 }
 
-void readChunk(FileWindow& file, QByteArrayView type, qint64 body, PictureFacts& facts)
+void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& facts)
 {
     if (type == "IHDR") {
         readHeader(file, body, facts);
@@ -46,9 +46,9 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, PictureFacts&
 
 } // namespace
 
-PictureReading readPng(FileWindow& file)
+ImageReading readPng(FileWindow& file)
 {
-    PictureReading reading;
+    ImageReading reading;
     qint64 offset = kSignature;
     for (int i = 0; i < kMostChunks && offset + kChunkFrame <= file.size(); ++i) {
         const qint64 length = qint64(file.big(offset, 4));
@@ -59,6 +59,6 @@ PictureReading readPng(FileWindow& file)
         offset += kChunkFrame + length;
     }
     if (!file.has(file.size() - kEnd.size(), kEnd))
-        reading.damage = QStringLiteral("the picture ends before its end chunk");
+        reading.damage = QStringLiteral("the image ends before its end chunk");
     return reading;
 }

@@ -15,14 +15,14 @@ constexpr QByteArrayView magic(const char (&text)[N])
     return QByteArrayView(text, N - 1);
 }
 
-constexpr Signature picture(MediaFormat format, const char* name)
+constexpr Signature image(MediaFormat format, const char* name)
 {
-    return {format, MediaKind::Picture, name};
+    return {format, MediaKind::Image, name};
 }
 
-constexpr Signature film(MediaFormat format, const char* name)
+constexpr Signature video(MediaFormat format, const char* name)
 {
-    return {format, MediaKind::Film, name};
+    return {format, MediaKind::Video, name};
 }
 
 constexpr Signature sound(const char* name)
@@ -34,48 +34,48 @@ using enum MediaFormat;
 
 // A longer magic comes before a shorter one that begins it.
 constexpr MagicRow kMagics[] = {
-    {0, magic("\xFF\xD8\xFF"), picture(Jpeg, "JPEG")},
-    {0, magic("\x89PNG\r\n\x1A\n"), picture(Png, "PNG")},
-    {0, magic("GIF87a"), picture(Gif, "GIF")},
-    {0, magic("GIF89a"), picture(Gif, "GIF")},
-    {0, magic("II*\0"), picture(Tiff, "TIFF")},
-    {0, magic("MM\0*"), picture(Tiff, "TIFF")},
-    {0, magic("\xFF\x0A"), picture(OtherPicture, "JPEG XL")},
-    {0, magic("\0\0\0\x0CJXL \r\n\x87\n"), picture(OtherPicture, "JPEG XL")},
-    {0, magic("\0\0\0\x0CjP  \r\n\x87\n"), picture(OtherPicture, "JPEG 2000")},
-    {0, magic("\xFF\x4F\xFF\x51"), picture(OtherPicture, "JPEG 2000")},
-    {4, magic("ftypavif"), picture(OtherPicture, "AVIF")},
-    {4, magic("ftypavis"), picture(OtherPicture, "animated AVIF")},
-    {4, magic("ftyphei"), picture(OtherPicture, "HEIC")},
-    {4, magic("ftyphev"), picture(OtherPicture, "HEIC")},
-    {4, magic("ftypmif1"), picture(OtherPicture, "HEIF")},
-    {4, magic("ftypmsf1"), picture(OtherPicture, "HEIF")},
-    {0, magic("8BPS\0\1"), picture(OtherPicture, "PSD")},
-    {0, magic("\x76\x2F\x31\x01"), picture(OtherPicture, "OpenEXR")},
-    {0, magic("#?RADIANCE"), picture(OtherPicture, "Radiance HDR")},
-    {0, magic("qoif"), picture(OtherPicture, "QOI")},
-    {0, magic("SDPX"), picture(OtherPicture, "DPX")},
-    {0, magic("XPDS"), picture(OtherPicture, "DPX")},
-    {4, magic("ftyp"), film(Mp4, "MP4")},
-    {4, magic("moov"), film(Mp4, "QuickTime")},
-    {4, magic("mdat"), film(Mp4, "QuickTime")},
-    {4, magic("wide"), film(Mp4, "QuickTime")},
-    {4, magic("free"), film(Mp4, "QuickTime")},
-    {4, magic("skip"), film(Mp4, "QuickTime")},
-    {4, magic("styp"), film(Mp4, "MP4")},
-    {0, magic("\x1A\x45\xDF\xA3"), film(Matroska, "Matroska")},
-    {0, magic("FLV\1"), film(Flv, "FLV")},
-    {0, magic("\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"), film(Asf, "ASF")},
-    {0, magic("OggS"), film(Ogg, "Ogg")},
-    {0, magic("\0\0\1\xB3"), film(RawStream, "MPEG-2 without a container")},
-    {0, magic("\0\0\1\xB0"), film(RawStream, "MPEG-4 without a container")},
-    {0, magic("YUV4MPEG2 "), film(RawStream, "YUV4MPEG")},
-    {0, magic("DKIF\0\0"), film(OtherFilm, "IVF")},
-    {0, magic("\x06\x0E\x2B\x34\x02\x05\x01\x01"), film(OtherFilm, "MXF")},
-    {0, magic(".RMF\0\0"), film(OtherFilm, "RealMedia")},
-    {0, magic("\x1F\x07\x00"), film(OtherFilm, "DV")},
-    {0, magic("nut/multimedia container\0"), film(OtherFilm, "NUT")},
-    {0, magic("\xB7\xD8\x00\x20\x37\x49\xDA\x11"), film(OtherFilm, "WTV")},
+    {0, magic("\xFF\xD8\xFF"), image(Jpeg, "JPEG")},
+    {0, magic("\x89PNG\r\n\x1A\n"), image(Png, "PNG")},
+    {0, magic("GIF87a"), image(Gif, "GIF")},
+    {0, magic("GIF89a"), image(Gif, "GIF")},
+    {0, magic("II*\0"), image(Tiff, "TIFF")},
+    {0, magic("MM\0*"), image(Tiff, "TIFF")},
+    {0, magic("\xFF\x0A"), image(OtherImage, "JPEG XL")},
+    {0, magic("\0\0\0\x0CJXL \r\n\x87\n"), image(OtherImage, "JPEG XL")},
+    {0, magic("\0\0\0\x0CjP  \r\n\x87\n"), image(OtherImage, "JPEG 2000")},
+    {0, magic("\xFF\x4F\xFF\x51"), image(OtherImage, "JPEG 2000")},
+    {4, magic("ftypavif"), image(OtherImage, "AVIF")},
+    {4, magic("ftypavis"), image(OtherImage, "animated AVIF")},
+    {4, magic("ftyphei"), image(OtherImage, "HEIC")},
+    {4, magic("ftyphev"), image(OtherImage, "HEIC")},
+    {4, magic("ftypmif1"), image(OtherImage, "HEIF")},
+    {4, magic("ftypmsf1"), image(OtherImage, "HEIF")},
+    {0, magic("8BPS\0\1"), image(OtherImage, "PSD")},
+    {0, magic("\x76\x2F\x31\x01"), image(OtherImage, "OpenEXR")},
+    {0, magic("#?RADIANCE"), image(OtherImage, "Radiance HDR")},
+    {0, magic("qoif"), image(OtherImage, "QOI")},
+    {0, magic("SDPX"), image(OtherImage, "DPX")},
+    {0, magic("XPDS"), image(OtherImage, "DPX")},
+    {4, magic("ftyp"), video(Mp4, "MP4")},
+    {4, magic("moov"), video(Mp4, "QuickTime")},
+    {4, magic("mdat"), video(Mp4, "QuickTime")},
+    {4, magic("wide"), video(Mp4, "QuickTime")},
+    {4, magic("free"), video(Mp4, "QuickTime")},
+    {4, magic("skip"), video(Mp4, "QuickTime")},
+    {4, magic("styp"), video(Mp4, "MP4")},
+    {0, magic("\x1A\x45\xDF\xA3"), video(Matroska, "Matroska")},
+    {0, magic("FLV\1"), video(Flv, "FLV")},
+    {0, magic("\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"), video(Asf, "ASF")},
+    {0, magic("OggS"), video(Ogg, "Ogg")},
+    {0, magic("\0\0\1\xB3"), video(RawStream, "MPEG-2 without a container")},
+    {0, magic("\0\0\1\xB0"), video(RawStream, "MPEG-4 without a container")},
+    {0, magic("YUV4MPEG2 "), video(RawStream, "YUV4MPEG")},
+    {0, magic("DKIF\0\0"), video(OtherVideo, "IVF")},
+    {0, magic("\x06\x0E\x2B\x34\x02\x05\x01\x01"), video(OtherVideo, "MXF")},
+    {0, magic(".RMF\0\0"), video(OtherVideo, "RealMedia")},
+    {0, magic("\x1F\x07\x00"), video(OtherVideo, "DV")},
+    {0, magic("nut/multimedia container\0"), video(OtherVideo, "NUT")},
+    {0, magic("\xB7\xD8\x00\x20\x37\x49\xDA\x11"), video(OtherVideo, "WTV")},
     {0, magic("fLaC"), sound("FLAC")},
     {0, magic("ID3"), sound("MP3")},
     {0, magic("#!AMR"), sound("AMR")},
@@ -88,16 +88,16 @@ constexpr MagicRow kMagics[] = {
 
 // A container of containers: what is in it stands in the third word.
 constexpr MagicRow kRiffForms[] = {
-    {8, magic("WEBP"), picture(WebP, "WebP")},
-    {8, magic("AVI "), film(Avi, "AVI")},
-    {8, magic("AVIX"), film(Avi, "AVI")},
+    {8, magic("WEBP"), image(WebP, "WebP")},
+    {8, magic("AVI "), video(Avi, "AVI")},
+    {8, magic("AVIX"), video(Avi, "AVI")},
     {8, magic("WAVE"), sound("WAVE")},
 };
 
 constexpr MagicRow kIffForms[] = {
     {8, magic("AIFF"), sound("AIFF")},
     {8, magic("AIFC"), sound("AIFF")},
-    {8, magic("ILBM"), picture(OtherPicture, "ILBM")},
+    {8, magic("ILBM"), image(OtherImage, "ILBM")},
 };
 
 template <size_t N>
@@ -155,10 +155,10 @@ Signature annexB(FileWindow& file)
         return {};
     const int unit = header & 0x1F;
     if (unit == 6 || unit == 7 || unit == 9)
-        return film(RawStream, "H.264 without a container");
+        return video(RawStream, "H.264 without a container");
     const int hevcUnit = header >> 1;
     if (hevcUnit == 32 || hevcUnit == 35 || hevcUnit == 39)
-        return film(RawStream, "HEVC without a container");
+        return video(RawStream, "HEVC without a container");
     return {};
 }
 
@@ -204,14 +204,14 @@ Signature recognise(FileWindow& file)
     if (const Signature found = annexB(file); found.kind != MediaKind::Unknown)
         return found;
     if (isBmp(file))
-        return picture(Bmp, "BMP");
+        return image(Bmp, "BMP");
     if (isTransportStream(file))
-        return film(TransportStream, "MPEG transport stream");
+        return video(TransportStream, "MPEG transport stream");
     if (isProgramStream(file))
-        return film(ProgramStream, "MPEG program stream");
+        return video(ProgramStream, "MPEG program stream");
     if (isPnm(file))
-        return picture(Pnm, "PNM");
+        return image(Pnm, "PNM");
     if (isTarga(file))
-        return picture(Targa, "Targa");
+        return image(Targa, "Targa");
     return isMpegSound(file) ? sound("MPEG sound") : Signature{};
 }

@@ -4,13 +4,13 @@
 #include <QFileInfo>
 
 #include "host/media/FileWindow.h"
-#include "host/media/FilmDamage.h"
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 #include "host/media/Signature.h"
+#include "host/media/VideoDamage.h"
 
 namespace {
 
-using Reader = PictureReading (*)(FileWindow&);
+using Reader = ImageReading (*)(FileWindow&);
 
 Reader readerOf(MediaFormat format)
 {
@@ -60,11 +60,11 @@ SourceFacts inspectSource(QIODevice& file)
     facts.format = signature.format;
     facts.name = QLatin1String(signature.name);
     if (const Reader read = readerOf(facts.format)) {
-        const PictureReading reading = read(window);
-        facts.picture = reading.facts;
+        const ImageReading reading = read(window);
+        facts.image = reading.facts;
         facts.damage = reading.damage;
-    } else if (facts.kind == MediaKind::Film) {
-        facts.damage = filmDamage(window, facts.format);
+    } else if (facts.kind == MediaKind::Video) {
+        facts.damage = videoDamage(window, facts.format);
     }
     return facts;
 }

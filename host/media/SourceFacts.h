@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "host/media/PictureFacts.h"
+#include "host/media/ImageFacts.h"
 
 class QIODevice;
 
@@ -10,9 +10,9 @@ enum class MediaKind
 {
     NotRegular, ///< a folder, a pipe, a device, or nothing at all: it was not opened
     Unreadable, ///< `problem` has the system's reason
-    Unknown,    ///< neither picture nor film nor sound
-    Picture,
-    Film, ///< a container that can hold a film; whether there is one in it, a FilmProbe tells
+    Unknown,    ///< neither image nor video nor sound
+    Image,
+    Video, ///< a container that can hold a video; whether there is one in it, a VideoProbe tells
     Sound
 };
 
@@ -28,17 +28,17 @@ enum class MediaFormat
     Tiff,
     Pnm,
     Targa,
-    OtherPicture, ///< read by ffmpeg alone
-    Mp4,          ///< and QuickTime
-    Matroska,     ///< and WebM
+    OtherImage, ///< read by ffmpeg alone
+    Mp4,        ///< and QuickTime
+    Matroska,   ///< and WebM
     Avi,
     Flv,
     TransportStream,
     ProgramStream,
     Asf,
     Ogg,
-    RawStream, ///< coded pictures without a container
-    OtherFilm,
+    RawStream, ///< coded images without a container
+    OtherVideo,
     Sound
 };
 
@@ -47,12 +47,12 @@ struct SourceFacts
 {
     MediaKind kind = MediaKind::Unknown;
     MediaFormat format = MediaFormat::None;
-    QString name;         ///< for people, such as "JPEG XL"; empty for MediaKind::Unknown
-    QString problem;      ///< for people, why it is Unreadable
-    PictureFacts picture; ///< for MediaKind::Picture
+    QString name;     ///< for people, such as "JPEG XL"; empty for MediaKind::Unknown
+    QString problem;  ///< for people, why it is Unreadable
+    ImageFacts image; ///< for MediaKind::Image
 
-    /// How the file shows that it is cut, for people, such as "the picture ends before its end-of-image
-    /// marker". Empty where it is whole or nothing in it can tell. A film counts as cut when more than 1 % of
+    /// How the file shows that it is cut, for people, such as "the image ends before its end-of-image
+    /// marker". Empty where it is whole or nothing in it can tell. A video counts as cut when more than 1 % of
     /// the bytes are missing that its container states, or its index.
     QString damage;
 };
@@ -63,6 +63,6 @@ SourceFacts inspectSource(const QString& path);
 /// The same for a file that is open for reading and can seek. The position is lost.
 SourceFacts inspectSource(QIODevice& file);
 
-/// The suffix, without a dot, of a link through which a film has to reach the module when its own suffix (in
+/// The suffix, without a dot, of a link through which a video has to reach the module when its own suffix (in
 /// any case, without a dot) makes the module take it for another container. Empty when its name is fine.
 QString trueSuffix(const SourceFacts& facts, const QString& suffix);

@@ -1,4 +1,4 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 namespace {
 
@@ -66,10 +66,10 @@ int exifOrientation(FileWindow& file, qint64 offset)
     return orientation;
 }
 
-PictureReading readTiff(FileWindow& file)
+ImageReading readTiff(FileWindow& file)
 {
-    PictureReading reading;
-    PictureFacts& facts = reading.facts;
+    ImageReading reading;
+    ImageFacts& facts = reading.facts;
     Tiff(file, 0).forEachField([&facts](int tag, quint64 value, quint64) {
         switch (tag) {
         case kWidth:

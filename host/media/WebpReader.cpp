@@ -1,9 +1,9 @@
-#include "host/media/PictureReaders.h"
+#include "host/media/ImageReaders.h"
 
 namespace {
 
 constexpr qint64 kFirstChunk = 12;
-constexpr int kMostChunks = 64; // those before the pictures are few, those behind them hold metadata
+constexpr int kMostChunks = 64; // those before the images are few, those behind them hold metadata
 
 enum Flag
 {
@@ -12,7 +12,7 @@ enum Flag
     kIccProfile = 0x20
 };
 
-void readChunk(FileWindow& file, QByteArrayView type, qint64 body, PictureFacts& facts)
+void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& facts)
 {
     if (type == "VP8X") {
         const int flags = file.byte(body);
@@ -37,13 +37,13 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, PictureFacts&
 
 } // namespace
 
-PictureReading readWebp(FileWindow& file)
+ImageReading readWebp(FileWindow& file)
 {
-    PictureReading reading;
+    ImageReading reading;
     const qint64 stated = qint64(file.little(4, 4)) + 8;
     if (stated > file.size())
         reading.damage =
-            QStringLiteral("the picture has %1 of the %2 bytes that it states").arg(file.size()).arg(stated);
+            QStringLiteral("the image has %1 of the %2 bytes that it states").arg(file.size()).arg(stated);
     qint64 offset = kFirstChunk;
     for (int i = 0; i < kMostChunks && offset + 8 <= file.size(); ++i) {
         const qint64 length = qint64(file.little(offset + 4, 4));

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/Format.h"
-#include "host/report/PathText.h"
+#include "host/job/Format.h"
+#include "host/output/PathText.h"
 #include "host/system/NativePath.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
@@ -17,7 +17,7 @@ namespace {
 bool isMediaName(const QString& name)
 {
     const QString suffix = NativePath::suffix(name);
-    return Formats::isPictureName(suffix) || Formats::isFilmName(suffix);
+    return Formats::isImageName(suffix) || Formats::isVideoName(suffix);
 }
 
 // ".." would lead out of the output folder, an absolute name has no place below it.

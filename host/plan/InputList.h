@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "host/Options.h"
+#include "host/job/Options.h"
 #include "host/system/PrivateFolder.h"
 
 /// One input as it was found.

@@ -4,15 +4,15 @@
 
 namespace {
 
-// The wished suffix for a file of this name, or the file's own.
+// The asked suffix for a file of this name, or the file's own.
 QString outputSuffix(const Options& options, const QString& inputPath)
 {
     QString own = NativePath::suffix(inputPath);
-    for (const QString& wished : options.formats) {
-        const Format* const format = Formats::ofSuffix(wished, options.anyContainer);
-        const bool isOther = format->isFilm() ? Formats::isPictureName(own) : Formats::isFilmName(own);
+    for (const QString& requested : options.formats) {
+        const Format* const format = Formats::ofSuffix(requested, options.anyContainer);
+        const bool isOther = format->isVideo() ? Formats::isImageName(own) : Formats::isVideoName(own);
         if (!isOther)
-            return wished;
+            return requested;
     }
     return own;
 }
@@ -39,7 +39,7 @@ QString numberMisfit(const Options& options, const Format& format)
         return QStringLiteral("the quality of a %1 is a number from 0 to %2, not \"%3\"")
             .arg(QLatin1String(format.name), QString::number(format.maxQuality),
                  QString::number(*options.quality));
-    if (!format.isFilm() && !options.scale.isEmpty() && options.inputs.size() == 1)
+    if (!format.isVideo() && !options.scale.isEmpty() && options.inputs.size() == 1)
         return QStringLiteral("--scale is for video, and the output is a %1").arg(QLatin1String(format.name));
     return {};
 }

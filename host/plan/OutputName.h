@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/JobResult.h"
-#include "host/Options.h"
+#include "host/job/JobResult.h"
+#include "host/job/Options.h"
 #include "host/plan/InputList.h"
 
 /// Where the result of an input goes.

@@ -1,8 +1,8 @@
 #include "host/plan/Plan.h"
 
+#include "host/output/PathText.h"
 #include "host/plan/Collisions.h"
 #include "host/plan/OutputName.h"
-#include "host/report/PathText.h"
 #include "host/system/NativePath.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/JobResult.h"
+#include "host/job/JobResult.h"
 #include "host/plan/InputList.h"
 
 /// What is to be done for one input: a job, or the reason why there is none.

@@ -6,7 +6,7 @@
 
 #include <utility>
 
-/// Does what may take long, such as copying a film, away from the main thread, and then calls `done` with
+/// Does what may take long, such as copying a video, away from the main thread, and then calls `done` with
 /// what came of it in the thread of `context`, if that still lives.
 template <class Work, class Done>
 void inBackground(QObject* context, Work work, Done done)

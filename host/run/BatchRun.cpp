@@ -4,10 +4,11 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include "host/job/ExitStatus.h"
+#include "host/module/TaskThread.h"
+#include "host/output/PathText.h"
 #include "host/plan/Plan.h"
-#include "host/report/PathText.h"
 #include "host/run/Scheduler.h"
-#include "host/run/TaskThread.h"
 #include "host/system/Platform.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/JobEvents.h"
-#include "host/Options.h"
+#include "host/job/JobEvents.h"
+#include "host/job/Options.h"
 
 class Scheduler;
 

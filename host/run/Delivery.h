@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "host/JobResult.h"
-#include "host/Options.h"
+#include "host/job/JobResult.h"
+#include "host/job/Options.h"
 #include "host/run/StagingFolders.h"
 #include "host/system/PlatformFiles.h"
 

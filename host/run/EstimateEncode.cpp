@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-#include "host/Options.h"
+#include "host/job/Options.h"
 #include "host/run/ModuleRun.h"
 #include "host/system/PrivateFolder.h"
 
@@ -25,7 +25,7 @@ EncodeRequest requestOf(const EncodeContext& context)
     return request;
 }
 
-// A first encode that misses the wished size is not the last.
+// A first encode that misses the asked size is not the last.
 SizeRange corrected(const EstimatedSize& first, const EncodeContext& context)
 {
     if (!context.options.size)
@@ -46,8 +46,8 @@ EstimateEncode::EstimateEncode(const EncodeContext& context)
           },
           [&folder = context.folder](const QString& suffix) { return folder.newPath(suffix); })
 {
-    connect(&mEstimate, &FilmEstimate::progressed, this, &Encode::progressed);
-    connect(&mEstimate, &FilmEstimate::ended, this, &EstimateEncode::onEnded);
+    connect(&mEstimate, &VideoEstimate::progressed, this, &Encode::progressed);
+    connect(&mEstimate, &VideoEstimate::ended, this, &EstimateEncode::onEnded);
 }
 
 void EstimateEncode::onEnded(const EstimateOutcome& outcome)
@@ -69,7 +69,7 @@ void EstimateEncode::onEnded(const EstimateOutcome& outcome)
         end.failure = failureOf(outcome.runCode, outcome.runText);
         break;
     case EstimateOutcome::NoSample:
-        end.failure = {FailureKind::MeasureFailed, QStringLiteral("its samples are no film to judge by")};
+        end.failure = {FailureKind::MeasureFailed, QStringLiteral("its samples are no video to judge by")};
         break;
     case EstimateOutcome::Stopped:
         end.failure = {FailureKind::Interrupted, QString()};

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/Encode.h"
-#include "host/search/FilmEstimate.h"
+#include "host/run/Encode.h"
+#include "host/search/VideoEstimate.h"
 
-/// Samples from all over a film, for a size beforehand. Makes no result.
+/// Samples from all over a video, for a size beforehand. Makes no result.
 class EstimateEncode final : public Encode
 {
     Q_OBJECT
@@ -17,5 +17,5 @@ public:
 private:
     void onEnded(const EstimateOutcome& outcome);
 
-    FilmEstimate mEstimate;
+    VideoEstimate mEstimate;
 };

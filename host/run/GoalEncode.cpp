@@ -2,34 +2,34 @@
 
 #include <QFileInfo>
 
-#include "host/Format.h"
-#include "host/Options.h"
+#include "host/job/Format.h"
+#include "host/job/Options.h"
 #include "host/run/ModuleRun.h"
 #include "host/system/PlatformFiles.h"
 
 namespace {
 
-GoalWish wishOf(const EncodeContext& context)
+SearchTarget targetOf(const EncodeContext& context)
 {
     const Format& format = *context.spec.format;
-    GoalWish wish;
-    wish.inputPath = context.sourcePath;
-    wish.suffix = QFileInfo(context.resultPath).suffix();
-    wish.scale = format.isFilm() ? context.options.scale : QString();
-    wish.isFilm = format.isFilm();
-    wish.quality = qualityFor(context.options, format);
-    wish.copyCounts = Formats::looksLike(format, context.sourcePath);
-    wish.size = context.options.size;
-    wish.minSsim = context.options.minSsim;
-    return wish;
+    SearchTarget target;
+    target.inputPath = context.sourcePath;
+    target.suffix = QFileInfo(context.resultPath).suffix();
+    target.scale = format.isVideo() ? context.options.scale : QString();
+    target.isVideo = format.isVideo();
+    target.quality = qualityFor(context.options, format);
+    target.copyCounts = Formats::looksLike(format, context.sourcePath);
+    target.size = context.options.size;
+    target.minSsim = context.options.minSsim;
+    return target;
 }
 
 } // namespace
 
 GoalEncode::GoalEncode(const EncodeContext& context)
-    : Encode(context), mWish(wishOf(context)),
+    : Encode(context), mTarget(targetOf(context)),
       mSearch(
-          mWish,
+          mTarget,
           [&tasks = context.tasks](const EncodeRequest& request) {
               return std::make_unique<ModuleRun>(tasks, request);
           },
@@ -54,8 +54,8 @@ void GoalEncode::onEnded(const GoalOutcome& outcome)
     end.runs = int(outcome.trials.size());
     if (outcome.chosen >= 0) {
         const Trial& chosen = outcome.trials[outcome.chosen];
-        // Of a film with a wished size the setting is a share, and no quality.
-        if (!mWish.isFilm || !mWish.size)
+        // Of a video with a requested size the setting is a share, and no quality.
+        if (!mTarget.isVideo || !mTarget.size)
             end.quality = qRound(chosen.setting);
         if (chosen.ssim >= 0)
             end.ssim = chosen.ssim;
@@ -71,7 +71,7 @@ void GoalEncode::onEnded(const GoalOutcome& outcome)
         break;
     }
     case GoalOutcome::NotMet:
-        end.failure = {FailureKind::AimUnreached, reachedText(mWish, outcome)};
+        end.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
         break;
     case GoalOutcome::RunFailed:
         end.failure = failureOf(outcome.runCode, outcome.runText);

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/Encode.h"
+#include "host/run/Encode.h"
 #include "host/search/GoalSearch.h"
 
-/// Several runs of the module, until the result has the size or the likeness that the user wishes.
+/// Several runs of the module, until the result has the size or the SSIM that the user asks for.
 class GoalEncode final : public Encode
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
 private:
     void onEnded(const GoalOutcome& outcome);
 
-    GoalWish mWish;
+    SearchTarget mTarget;
     int mTries = 0;
     GoalSearch mSearch;
     int mRun = 1;

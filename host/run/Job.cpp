@@ -32,7 +32,7 @@ const Failure kNoLink{FailureKind::MeasureFailed, QStringLiteral("no link to its
 // Whether a copy of the source may go under the output's name.
 bool isOfOutputsKind(const JobSpec& spec, const QString& sourcePath)
 {
-    if (spec.format->isFilm())
+    if (spec.format->isVideo())
         return NativePath::suffix(spec.inputPath)
                    .compare(NativePath::suffix(spec.outputPath), Qt::CaseInsensitive) == 0;
     return Formats::looksLike(*spec.format, sourcePath);
@@ -119,9 +119,9 @@ void Job::onLooked(const SourceView& view)
         mSourcePath = linkTo(mSourcePath, suffix);
     if (mSourcePath.isEmpty())
         return fail(kNoLink);
-    if (view.film.lengthMs > 0) {
-        mResult.filmMs = view.film.lengthMs;
-        emit measured(mResult.filmMs);
+    if (view.video.lengthMs > 0) {
+        mResult.videoMs = view.video.lengthMs;
+        emit measured(mResult.videoMs);
     }
     beginEncode();
 }
@@ -160,7 +160,7 @@ Failure Job::reachFiles()
 void Job::beginEncode()
 {
     mEncode = makeEncode({mContext.tasks, mContext.options, mSpec, mSourcePath, mResultPath,
-                          mContext.temporaryFolder, mResult.filmMs});
+                          mContext.temporaryFolder, mResult.videoMs});
     connect(mEncode.get(), &Encode::ended, this, &Job::onEncoded);
     connect(mEncode.get(), &Encode::progressed, this, [this](double share) {
         if (share <= mShare || mHasEnded)
@@ -256,7 +256,7 @@ void Job::decide()
     const Options& options = mContext.options;
     const bool isSmaller = after < before;
     const bool isWorth = isSmaller && double(before - after) * 100 >= options.minSavings * double(before);
-    const bool mayGrow = mSpec.format->isFilm() && options.allowLarger && options.minSavings == 0;
+    const bool mayGrow = mSpec.format->isVideo() && options.allowLarger && options.minSavings == 0;
     if (isWorth || (!isSmaller && mayGrow))
         return deliver(Outcome::Delivered);
     if (mSpec.isInPlace || isOfOutputsKind(mSpec, mSourcePath)) {
@@ -289,7 +289,7 @@ void Job::deliverCopy()
 void Job::deliver(Outcome outcome)
 {
     if (mContext.options.deliversNothing())
-        return foresee();
+        return predict();
     // In place, the source is where it belongs.
     if (outcome == Outcome::Kept && mSpec.isInPlace)
         return end(outcome);
@@ -302,11 +302,11 @@ void Job::deliver(Outcome outcome)
     end(outcome);
 }
 
-void Job::foresee()
+void Job::predict()
 {
     if (mContext.options.estimate)
         mResult.estimate = SizeRange{mResult.bytesAfter, mResult.bytesAfter};
-    end(mContext.options.estimate ? Outcome::Estimated : Outcome::Foreseen);
+    end(mContext.options.estimate ? Outcome::Estimated : Outcome::Predicted);
 }
 
 void Job::fail(const Failure& failure)
@@ -344,7 +344,7 @@ void Job::end(Outcome outcome)
     if (std::exchange(mHasEnded, true))
         return;
     // A source that stays has lost nothing.
-    if (outcome == Outcome::Delivered || outcome == Outcome::Foreseen)
+    if (outcome == Outcome::Delivered || outcome == Outcome::Predicted)
         mResult.warnings += mLosses;
     mTimeout.stop();
     mResult.outcome = outcome;

@@ -7,8 +7,8 @@
 #include <functional>
 #include <memory>
 
-#include "host/Encode.h"
 #include "host/run/Delivery.h"
+#include "host/run/Encode.h"
 #include "host/run/ResultCheck.h"
 
 /// What all jobs of a run share. It outlives them.
@@ -41,7 +41,7 @@ public:
     void stop() { stop(FailureKind::Interrupted); }
 
 signals:
-    void measured(qint64 filmMs);
+    void measured(qint64 videoMs);
     /// The share that is done, 0.0 to 1.0; never falls.
     void progressed(double share);
     void ended(const JobResult& result);
@@ -62,7 +62,7 @@ private:
     void decide();
     void deliverCopy();
     void deliver(Outcome outcome);
-    void foresee();
+    void predict();
     void fail(const Failure& failure);
     void noteFullDisk();
     void end(Outcome outcome);

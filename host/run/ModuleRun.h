@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/TaskRun.h"
+#include "host/module/TaskRun.h"
 #include "host/search/EncodeRun.h"
 
 /// Lets the searches run the module.

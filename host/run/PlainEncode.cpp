@@ -3,14 +3,14 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include "host/Format.h"
-#include "host/Options.h"
+#include "host/job/Format.h"
+#include "host/job/Options.h"
 #include "host/system/PlatformFiles.h"
 #include "host/system/PrivateFolder.h"
 
 namespace {
 
-// More than any picture's encoded form, and sparse where the file system can.
+// More than any image's encoded form, and sparse where the file system can.
 constexpr qint64 kPaddingBytes = qint64(64) << 20;
 
 } // namespace
@@ -34,14 +34,14 @@ void PlainEncode::stop()
 
 void PlainEncode::run(const QString& sourcePath)
 {
-    TaskRequest wish = request(qualityFor(context().options, *context().spec.format));
-    wish.inputPath = sourcePath;
+    TaskRequest task = request(qualityFor(context().options, *context().spec.format));
+    task.inputPath = sourcePath;
     ++mRuns;
     if (mRun) {
         mRun->disconnect(this);
         mRun.release()->deleteLater();
     }
-    mRun = std::make_unique<TaskRun>(context().tasks, wish);
+    mRun = std::make_unique<TaskRun>(context().tasks, task);
     connect(mRun.get(), &TaskRun::progressed, this, &Encode::progressed);
     connect(mRun.get(), &TaskRun::ended, this, &PlainEncode::onEnded);
     mRun->start();
@@ -58,7 +58,7 @@ void PlainEncode::onEnded(int code, const QString& text)
                         !Formats::looksLike(*context().spec.format, context().resultPath);
     if (isCopy) {
         // A copy of the source under a wrong suffix. The module compares with the source's size and every
-        // decoder stops at a picture's end: behind a longer tail the result is delivered, larger as it is.
+        // decoder stops at an image's end: behind a longer tail the result is delivered, larger as it is.
         mPadded = context().folder.newPath(QFileInfo(context().sourcePath).suffix());
         QFile tail(mPadded);
         if (Platform::copy(context().sourcePath, mPadded).isEmpty() && tail.open(QIODevice::ReadWrite) &&

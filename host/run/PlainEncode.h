@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "host/Encode.h"
+#include "host/run/Encode.h"
 
 /// One run of the module. A second one where the module gave the source for a larger result and the source is
 /// of another kind than its copy's name would say.

@@ -3,15 +3,15 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include "host/Format.h"
-#include "host/Options.h"
-#include "host/media/FilmMetadata.h"
-#include "host/media/FilmProbe.h"
+#include "host/job/Format.h"
+#include "host/job/Options.h"
+#include "host/media/FfmpegRun.h"
+#include "host/media/ImageMetadata.h"
 #include "host/media/LengthVerdict.h"
 #include "host/media/Losses.h"
-#include "host/media/PictureMetadata.h"
+#include "host/media/VideoMetadata.h"
+#include "host/media/VideoProbe.h"
 #include "host/run/Background.h"
-#include "host/search/FfmpegRun.h"
 #include "host/system/PlatformFiles.h"
 
 namespace {
@@ -24,7 +24,7 @@ QList<Warning> warningsOf(const QList<Loss>& losses)
     return warnings;
 }
 
-struct PictureLook
+struct ImageLook
 {
     QString metadataError;
     SourceFacts facts;
@@ -49,65 +49,67 @@ ResultCheck::~ResultCheck()
 
 void ResultCheck::start()
 {
-    if (mSpec.format->isFilm())
-        probeFilm();
+    if (mSpec.format->isVideo())
+        probeVideo();
     else
-        checkPicture();
+        checkImage();
 }
 
-void ResultCheck::checkPicture()
+void ResultCheck::checkImage()
 {
     const auto look = [files = mFiles, copies = mOptions.keepMetadata] {
-        PictureLook result;
+        ImageLook result;
         result.facts = inspectSource(files.result);
-        if (copies && result.facts.kind == MediaKind::Picture && result.facts.damage.isEmpty()) {
-            result.metadataError = copyPictureMetadata(files.source, files.result);
+        if (copies && result.facts.kind == MediaKind::Image && result.facts.damage.isEmpty()) {
+            result.metadataError = copyImageMetadata(files.source, files.result);
             result.facts = inspectSource(files.result);
         }
         return result;
     };
-    inBackground(this, look, [this](const PictureLook& result) {
+    inBackground(this, look, [this](const ImageLook& result) {
         if (!result.metadataError.isEmpty())
             return end({FailureKind::MetadataFailed, result.metadataError});
-        if (result.facts.kind != MediaKind::Picture)
-            return end({FailureKind::ResultCut, QStringLiteral("it is no picture")});
+        if (result.facts.kind != MediaKind::Image)
+            return end({FailureKind::ResultCut, QStringLiteral("it is no image")});
         if (!result.facts.damage.isEmpty())
             return end({FailureKind::ResultCut, result.facts.damage});
-        mView.warnings += warningsOf(pictureLosses(mSource.facts, result.facts));
+        mView.warnings += warningsOf(imageLosses(mSource.facts, result.facts));
         end({});
     });
 }
 
-void ResultCheck::probeFilm()
+void ResultCheck::probeVideo()
 {
-    mProbe = std::make_unique<FilmProbe>(mFiles.result);
-    connect(mProbe.get(), &FilmProbe::answered, this, &ResultCheck::onProbed);
+    mProbe = std::make_unique<VideoProbe>(mFiles.result);
+    connect(mProbe.get(), &VideoProbe::answered, this, &ResultCheck::onProbed);
 }
 
 void ResultCheck::onProbed()
 {
-    const FilmFacts result = mProbe->facts();
+    const VideoFacts result = mProbe->facts();
     if (!result.error.isEmpty())
         return end({FailureKind::ResultCut, result.error});
-    const LengthVerdict verdict = lengthVerdict(mSource.film, result);
+    const LengthVerdict verdict = lengthVerdict(mSource.video, result);
     if (verdict.kind == LengthVerdict::Cut && !mMayTakeDamaged)
         return end({FailureKind::ResultCut, verdict.text});
     const QString suffix = QFileInfo(mFiles.result).suffix();
-    if (mOptions.keepMetadata && !mIsRestored && !missingFilmMetadata(mSource.film, result, suffix).isEmpty())
-        return restoreFilmMetadata(result);
+    if (mOptions.keepMetadata && !mIsRestored &&
+        !missingVideoMetadata(mSource.video, result, suffix).isEmpty())
+        return restoreVideoMetadata(result);
     if (verdict.kind != LengthVerdict::Whole)
         mView.warnings.append({QStringLiteral("length"), verdict.text});
-    mView.warnings += warningsOf(filmLosses(mSource.film, result));
+    mView.warnings += warningsOf(videoLosses(mSource.video, result));
     end({});
 }
 
-void ResultCheck::restoreFilmMetadata(const FilmFacts& result)
+void ResultCheck::restoreVideoMetadata(const VideoFacts& result)
 {
     const QFileInfo made(mFiles.result);
     mRestoredPath = made.path() + u'/' + made.completeBaseName() + QStringLiteral(".tags.") + made.suffix();
     mRestore = std::make_unique<FfmpegRun>();
     connect(mRestore.get(), &FfmpegRun::ended, this, &ResultCheck::onRestored);
-    mRestore->start(filmMetadataArguments(mSource.film, result, mFiles.source, mFiles.result, mRestoredPath));
+    mRestore->start(
+        videoMetadataArguments(mSource.video, result, mFiles.source, mFiles.result, mRestoredPath));
 }
 
 void ResultCheck::onRestored(bool isSuccess, const QByteArray& log)
@@ -124,7 +126,7 @@ void ResultCheck::onRestored(bool isSuccess, const QByteArray& log)
     // What will be delivered is looked at, and not what it was made of.
     mIsRestored = true;
     mProbe.release()->deleteLater();
-    probeFilm();
+    probeVideo();
 }
 
 void ResultCheck::end(const Failure& failure)

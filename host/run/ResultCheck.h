@@ -42,10 +42,10 @@ signals:
     void ended(const ResultView& view);
 
 private:
-    void checkPicture();
-    void probeFilm();
+    void checkImage();
+    void probeVideo();
     void onProbed();
-    void restoreFilmMetadata(const FilmFacts& result);
+    void restoreVideoMetadata(const VideoFacts& result);
     void onRestored(bool isSuccess, const QByteArray& log);
     void end(const Failure& failure);
 
@@ -55,7 +55,7 @@ private:
     const Files mFiles;
     const bool mMayTakeDamaged;
     ResultView mView;
-    std::unique_ptr<FilmProbe> mProbe;
+    std::unique_ptr<VideoProbe> mProbe;
     std::unique_ptr<FfmpegRun> mRestore;
     QString mRestoredPath;
     bool mIsRestored = false;

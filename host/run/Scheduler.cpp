@@ -6,7 +6,7 @@
 
 namespace {
 
-// How far pictures may be looked for behind a film that waits.
+// How far images may be looked for behind a video that waits.
 constexpr size_t kLookAhead = 64;
 // How many results may wait for an earlier input's before no further job begins.
 constexpr size_t kMaxWaiting = 10000;
@@ -73,7 +73,7 @@ bool Scheduler::startNext()
             mPlanIsDone = true;
     }
     const auto fits = [this](const PlannedJob& job) {
-        return job.failure || job.isExcess || mSlots.hasRoomFor(job.spec.format->isFilm());
+        return job.failure || job.isExcess || mSlots.hasRoomFor(job.spec.format->isVideo());
     };
     auto next = mQueue.begin();
     if (next != mQueue.end() && !fits(*next)) {
@@ -101,11 +101,12 @@ bool Scheduler::startNext()
 
 void Scheduler::run(const JobSpec& spec)
 {
-    mSlots.take(spec.format->isFilm());
+    mSlots.take(spec.format->isVideo());
     auto made = std::make_unique<Job>(mContext, spec);
     Job* const job = made.get();
     mRunning.emplace(spec.index, std::move(made));
-    connect(job, &Job::measured, this, [this, job](qint64 filmMs) { mEvents.measured(job->spec(), filmMs); });
+    connect(job, &Job::measured, this,
+            [this, job](qint64 videoMs) { mEvents.measured(job->spec(), videoMs); });
     connect(job, &Job::progressed, this,
             [this, job](double share) { mEvents.progressed(job->spec(), share); });
     connect(job, &Job::ended, this, [this, job](const JobResult& result) { onEnded(job, result); });
@@ -115,7 +116,7 @@ void Scheduler::run(const JobSpec& spec)
 
 void Scheduler::onEnded(Job* job, const JobResult& result)
 {
-    mSlots.free(result.spec.format->isFilm());
+    mSlots.free(result.spec.format->isVideo());
     const auto found = mRunning.find(result.spec.index);
     // It is still inside its own signal.
     found->second.release()->deleteLater();
@@ -161,7 +162,7 @@ void Scheduler::count(const JobResult& result)
         ++mSummary.kept;
         break;
     case Outcome::Delivered:
-    case Outcome::Foreseen:
+    case Outcome::Predicted:
         ++mSummary.delivered;
         break;
     case Outcome::Estimated: {

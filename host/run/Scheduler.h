@@ -5,7 +5,7 @@
 #include <deque>
 #include <map>
 
-#include "host/JobEvents.h"
+#include "host/job/JobEvents.h"
 #include "host/plan/Plan.h"
 #include "host/run/Job.h"
 #include "host/run/Slots.h"

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-Slots::Slots(int cores, int wished)
-    : mCapacity(wished > 0 ? wished : std::max(cores, 1)), mSpare(wished > 0 ? 0 : 1),
-      mFilmWeight(wished > 0 ? 1 : (std::max(cores, 1) + 2) / 3)
+Slots::Slots(int cores, int requested)
+    : mCapacity(requested > 0 ? requested : std::max(cores, 1)), mSpare(requested > 0 ? 0 : 1),
+      mVideoWeight(requested > 0 ? 1 : (std::max(cores, 1) + 2) / 3)
 {
 }
 
 bool Slots::mayOvertake() const
 {
-    return hasRoomFor(false) && mPictures < mCapacity % mFilmWeight;
+    return hasRoomFor(false) && mImages < mCapacity % mVideoWeight;
 }

@@ -2,40 +2,40 @@
 
 #include <QtGlobal>
 
-/// How many jobs may run side by side. A picture's encoder keeps one core busy, and among pictures alone there
-/// is one job more than cores, since one or another always waits for the disk with its result. A film's
-/// encoder takes as many threads as the module gives it, a third of the cores rounded up, so films run as many
-/// side by side as the cores have room for, and pictures in what room is left.
+/// How many jobs may run side by side. An image's encoder keeps one core busy, and among images alone there
+/// is one job more than cores, since one or another always waits for the disk with its result. A video's
+/// encoder takes as many threads as the module gives it, a third of the cores rounded up, so videos run as many
+/// side by side as the cores have room for, and images in what room is left.
 class Slots
 {
 public:
-    /// `wished`: so many jobs of any kind, or 0 for what the cores bear.
-    Slots(int cores, int wished);
+    /// `requested`: so many jobs of any kind, or 0 for what the cores bear.
+    Slots(int cores, int requested);
 
-    bool hasRoomFor(bool isFilm) const
+    bool hasRoomFor(bool isVideo) const
     {
-        const bool amongPictures = !isFilm && mFilms == 0;
-        return mUsed + weightOf(isFilm) <= mCapacity + (amongPictures ? mSpare : 0);
+        const bool amongImages = !isVideo && mVideos == 0;
+        return mUsed + weightOf(isVideo) <= mCapacity + (amongImages ? mSpare : 0);
     }
-    /// Whether a picture may start before a film that waits for room: only in what films can never use, so
-    /// that the film's turn comes.
+    /// Whether an image may start before a video that waits for room: only in what videos can never use, so
+    /// that the video's turn comes.
     bool mayOvertake() const;
-    void take(bool isFilm) { count(isFilm, 1); }
-    void free(bool isFilm) { count(isFilm, -1); }
+    void take(bool isVideo) { count(isVideo, 1); }
+    void free(bool isVideo) { count(isVideo, -1); }
     bool isIdle() const { return mUsed == 0; }
 
 private:
-    int weightOf(bool isFilm) const { return isFilm ? mFilmWeight : 1; }
-    void count(bool isFilm, int change)
+    int weightOf(bool isVideo) const { return isVideo ? mVideoWeight : 1; }
+    void count(bool isVideo, int change)
     {
-        mUsed += change * weightOf(isFilm);
-        (isFilm ? mFilms : mPictures) += change;
+        mUsed += change * weightOf(isVideo);
+        (isVideo ? mVideos : mImages) += change;
     }
 
     int mCapacity;
-    int mSpare; ///< for pictures, beyond the cores
-    int mFilmWeight;
+    int mSpare; ///< for images, beyond the cores
+    int mVideoWeight;
     int mUsed = 0;
-    int mFilms = 0;
-    int mPictures = 0;
+    int mVideos = 0;
+    int mImages = 0;
 };

@@ -2,10 +2,10 @@
 
 #include <QFile>
 
-#include "host/Format.h"
-#include "host/Options.h"
-#include "host/media/FilmProbe.h"
+#include "host/job/Format.h"
+#include "host/job/Options.h"
 #include "host/media/Losses.h"
+#include "host/media/VideoProbe.h"
 #include "host/run/Background.h"
 #include "host/system/PlatformFiles.h"
 
@@ -20,10 +20,10 @@ OutputKind outputKindOf(const Format& format)
         return OutputKind::Png;
     case Format::WebP:
         return OutputKind::WebP;
-    case Format::Film:
+    case Format::Video:
         break;
     }
-    return OutputKind::Film;
+    return OutputKind::Video;
 }
 
 // By its own name: the bytes of it may be none that Qt could carry.
@@ -45,14 +45,14 @@ Failure unfitFor(const SourceFacts& facts, const Format& format, const Options& 
 {
     if (facts.kind == MediaKind::Sound)
         return {FailureKind::NotMedia, QStringLiteral(": it is sound alone")};
-    if (facts.kind != MediaKind::Picture && facts.kind != MediaKind::Film)
+    if (facts.kind != MediaKind::Image && facts.kind != MediaKind::Video)
         return {FailureKind::NotMedia, QString()};
-    const bool isFilm = facts.kind == MediaKind::Film || facts.picture.isAnimated;
+    const bool isVideo = facts.kind == MediaKind::Video || facts.image.isAnimated;
     const OutputKind kind = outputKindOf(format);
-    if (format.isFilm() && !isFilm)
-        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a picture, and no film")};
-    if (!format.isFilm() && facts.kind == MediaKind::Film)
-        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a film, and no picture")};
+    if (format.isVideo() && !isVideo)
+        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", an image, and no video")};
+    if (!format.isVideo() && facts.kind == MediaKind::Video)
+        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a video, and no image")};
     const Obstacle obstacle = obstacleFor(facts, kind);
     if (obstacle.kind == Obstacle::Unsupported)
         return {FailureKind::UnsupportedKind, facts.name + QStringLiteral("; ") + obstacle.text};
@@ -90,19 +90,19 @@ void SourceLook::onInspected(const SourceView& view)
             return end({FailureKind::SourceCut, mView.facts.damage});
         mView.warnings.append({QStringLiteral("source-cut"), mView.facts.damage});
     }
-    if (!mSpec.format->isFilm())
+    if (!mSpec.format->isVideo())
         return end({});
-    mProbe = std::make_unique<FilmProbe>(mPlainPath);
-    connect(mProbe.get(), &FilmProbe::answered, this, &SourceLook::onProbed);
+    mProbe = std::make_unique<VideoProbe>(mPlainPath);
+    connect(mProbe.get(), &VideoProbe::answered, this, &SourceLook::onProbed);
 }
 
 void SourceLook::onProbed()
 {
-    mView.film = mProbe->facts();
-    if (!mView.film.error.isEmpty())
-        return end({FailureKind::MeasureFailed, mView.film.error});
-    if (!mView.film.picture())
-        return end({FailureKind::NotMedia, QStringLiteral(": there is no film in it")});
+    mView.video = mProbe->facts();
+    if (!mView.video.error.isEmpty())
+        return end({FailureKind::MeasureFailed, mView.video.error});
+    if (!mView.video.videoStream())
+        return end({FailureKind::NotMedia, QStringLiteral(": there is no video in it")});
     end({});
 }
 

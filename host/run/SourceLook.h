@@ -4,11 +4,11 @@
 
 #include <memory>
 
-#include "host/JobResult.h"
-#include "host/media/FilmFacts.h"
+#include "host/job/JobResult.h"
 #include "host/media/SourceFacts.h"
+#include "host/media/VideoFacts.h"
 
-class FilmProbe;
+class VideoProbe;
 struct Options;
 
 /// What a job has to know of its source before the module sees it.
@@ -16,7 +16,7 @@ struct SourceView
 {
     Failure failure; ///< none: the source can be encoded
     SourceFacts facts;
-    FilmFacts film; ///< for MediaKind::Film
+    VideoFacts video; ///< for MediaKind::Video
     QList<Warning> warnings;
 };
 
@@ -48,5 +48,5 @@ private:
     const QString mPlainPath; ///< that every tool can carry
     const bool mMayTakeDamaged;
     SourceView mView;
-    std::unique_ptr<FilmProbe> mProbe;
+    std::unique_ptr<VideoProbe> mProbe;
 };

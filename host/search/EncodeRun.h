@@ -13,8 +13,8 @@ struct EncodeRequest
     QString outputPath; ///< nothing lies there yet; its suffix chooses the encoder
     QString quality;    ///< on the encoder's scale, or a percentage of the input's size when isPercentage
     bool isPercentage = false;
-    QString scale;         ///< "1", "2" or "4"; empty leaves the picture's size alone
-    bool isSample = false; ///< only the first 15 seconds of a film
+    QString scale;         ///< "1", "2" or "4"; empty leaves the image's size alone
+    bool isSample = false; ///< only the first 15 seconds of a video
 };
 
 /// One run of the module, from a request to its end. Letting it go ends it without a signal; it is never let

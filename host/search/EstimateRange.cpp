@@ -7,7 +7,7 @@
 namespace {
 
 // With one sample: the rest's bytes a second against the sample's. At a constant quality the bitrate follows
-// the picture.
+// the image.
 constexpr double kRestLow = 0.75;
 constexpr double kRestHigh = 1.33;
 constexpr double kFixedLow = 0.95;
@@ -46,7 +46,7 @@ double mean(const QList<double>& values)
 class Rates
 {
 public:
-    Rates(const QList<SampleMeasure>& samples, const WholeFilm& whole)
+    Rates(const QList<SampleMeasure>& samples, const WholeVideo& whole)
         : mWholeBefore(double(whole.sourceBytes) / double(whole.ms))
     {
         double encodedMs = 0;
@@ -60,14 +60,14 @@ public:
         mMeanAfter = mean(mAfter);
     }
 
-    /// Every second of the film becomes as large as the samples' do.
+    /// Every second of the video becomes as large as the samples' do.
     Estimate bySecond() const
     {
         return {mMeanAfter,
                 kErrorsOfMean * std::sqrt(variance(mMeanAfter, 0, count() - 1) * mUnseen / count())};
     }
 
-    /// Every byte of the film becomes as many bytes as the samples' do.
+    /// Every byte of the video becomes as many bytes as the samples' do.
     Estimate byByte() const
     {
         const double ratio = mMeanAfter / mMeanBefore;
@@ -97,7 +97,7 @@ private:
     double count() const { return double(mAfter.size()); }
 
     // How far samples lie from base + slope * before. By the steps from each to the next: they lie in the
-    // film's order, a stretch of it each, and a film that changes slowly is known better than their spread
+    // video's order, a stretch of it each, and a video that changes slowly is known better than their spread
     // would say.
     double variance(double base, double slope, double freedom) const
     {
@@ -112,12 +112,12 @@ private:
     QList<double> mBefore;
     QList<double> mAfter;
     double mWholeBefore;
-    double mUnseen; // the share of the film that no sample has seen; what was encoded is no guess
+    double mUnseen; // the share of the video that no sample has seen; what was encoded is no guess
     double mMeanBefore;
     double mMeanAfter;
 };
 
-EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeFilm& whole)
+EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeVideo& whole)
 {
     const Rates rates(samples, whole);
     Estimate best = rates.bySecond();
@@ -134,7 +134,7 @@ EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeFilm& 
             qRound64((best.rate + span) * double(whole.ms))};
 }
 
-EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeFilm& whole, bool isPercentage)
+EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeVideo& whole, bool isPercentage)
 {
     const auto restMs = double(std::max<qint64>(whole.ms - sample.resultMs, 0));
     const auto seenBytes = double(sample.resultBytes);
@@ -145,7 +145,7 @@ EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeFilm& whole,
 
 } // namespace
 
-EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeFilm& whole, bool isPercentage)
+EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage)
 {
     const EstimatedSize range = samples.size() < 2 ? fromBeginning(samples.first(), whole, isPercentage)
                                                    : fromSamples(samples, whole);

@@ -5,8 +5,9 @@
 /// One stretch of the source and what became of it.
 struct SampleMeasure
 {
-    qint64 sourceBytes; ///< of the piece that was cut; 0: not known, as for the film's beginning, which isn't
-                        ///< cut
+    qint64
+        sourceBytes; ///< of the piece that was cut; 0: not known, as for the video's beginning, which isn't
+                     ///< cut
     qint64 sourceMs;
     qint64 resultBytes;
     qint64 resultMs; ///< above 0
@@ -19,8 +20,8 @@ struct EstimatedSize
     qint64 high;
 };
 
-/// The film as a whole.
-struct WholeFilm
+/// The video as a whole.
+struct WholeVideo
 {
     qint64 sourceBytes;
     qint64 ms;          ///< above 0
@@ -28,5 +29,5 @@ struct WholeFilm
 };
 
 /// What the samples tell of the whole's size. `isPercentage`: the bitrate is fixed, and varies little. At
-/// least one sample; with one alone, which is the film's beginning, the rest may well be easier or harder.
-EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeFilm& whole, bool isPercentage);
+/// least one sample; with one alone, which is the video's beginning, the rest may well be easier or harder.
+EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage);

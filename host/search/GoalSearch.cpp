@@ -35,23 +35,23 @@ void remove(QString& path)
         QFile::remove(std::exchange(path, {}));
 }
 
-std::unique_ptr<SettingSearch> searchFor(const GoalWish& wish)
+std::unique_ptr<SettingSearch> searchFor(const SearchTarget& target)
 {
-    if (!wish.size) {
-        return std::make_unique<SsimSearch>(wish.minSsim.value_or(0.0), wish.quality,
-                                            wish.isFilm ? QualityScale::film() : QualityScale::picture());
+    if (!target.size) {
+        return std::make_unique<SsimSearch>(target.minSsim.value_or(0.0), target.quality,
+                                            target.isVideo ? QualityScale::video() : QualityScale::image());
     }
-    const qint64 sourceBytes = QFileInfo(wish.inputPath).size();
-    const qint64 goalBytes = wish.size->bytesFor(sourceBytes);
-    if (wish.isFilm)
-        return std::make_unique<FilmSizeSearch>(goalBytes, sourceBytes);
-    return std::make_unique<PictureSizeSearch>(goalBytes, wish.quality);
+    const qint64 sourceBytes = QFileInfo(target.inputPath).size();
+    const qint64 goalBytes = target.size->bytesFor(sourceBytes);
+    if (target.isVideo)
+        return std::make_unique<VideoSizeSearch>(goalBytes, sourceBytes);
+    return std::make_unique<ImageSizeSearch>(goalBytes, target.quality);
 }
 
 } // namespace
 
-GoalSearch::GoalSearch(const GoalWish& wish, EncodeRunFactory makeRun, NewPath newPath)
-    : mWish(wish), mMakeRun(std::move(makeRun)), mNewPath(std::move(newPath)), mSearch(searchFor(wish))
+GoalSearch::GoalSearch(const SearchTarget& target, EncodeRunFactory makeRun, NewPath newPath)
+    : mTarget(target), mMakeRun(std::move(makeRun)), mNewPath(std::move(newPath)), mSearch(searchFor(target))
 {
 }
 
@@ -93,9 +93,9 @@ void GoalSearch::step()
     const Trial& chosen = mOutcome.trials[mOutcome.chosen];
     if (!mSearch->fits(chosen))
         return end(GoalOutcome::NotMet);
-    if (mWish.minSsim && chosen.ssim < 0)
+    if (mTarget.minSsim && chosen.ssim < 0)
         return measure(mOutcome.chosen, mKeptPath);
-    end(chosen.ssim < mWish.minSsim.value_or(-1.0) ? GoalOutcome::NotMet : GoalOutcome::Met);
+    end(chosen.ssim < mTarget.minSsim.value_or(-1.0) ? GoalOutcome::NotMet : GoalOutcome::Met);
 }
 
 void GoalSearch::encode(double setting)
@@ -104,10 +104,10 @@ void GoalSearch::encode(double setting)
     if (mStopping)
         return;
     mSetting = setting;
-    mNewestPath = mNewPath(mWish.suffix);
-    const bool isPercentage = mWish.isFilm && mWish.size;
+    mNewestPath = mNewPath(mTarget.suffix);
+    const bool isPercentage = mTarget.isVideo && mTarget.size;
     const QString quality = QString::number(setting, 'f', isPercentage ? 3 : 0);
-    mRun = mMakeRun({mWish.inputPath, mNewestPath, quality, isPercentage, mWish.scale});
+    mRun = mMakeRun({mTarget.inputPath, mNewestPath, quality, isPercentage, mTarget.scale});
     connect(mRun.get(), &EncodeRun::progressed, this, &GoalSearch::progressed);
     connect(mRun.get(), &EncodeRun::ended, this, &GoalSearch::onEncoded);
     mRun->start();
@@ -120,8 +120,8 @@ void GoalSearch::onEncoded(int code, const QString& text)
         return end(GoalOutcome::Stopped);
     Trial trial{mSetting};
     if (code == 0) {
-        const bool isCopy = !mWish.isFilm && isSameContent(mNewestPath, mWish.inputPath);
-        if (!isCopy || mWish.copyCounts)
+        const bool isCopy = !mTarget.isVideo && isSameContent(mNewestPath, mTarget.inputPath);
+        if (!isCopy || mTarget.copyCounts)
             trial.bytes = QFileInfo(mNewestPath).size();
         if (isCopy)
             trial.ssim = 1.0;
@@ -134,7 +134,7 @@ void GoalSearch::onEncoded(int code, const QString& text)
             return end(GoalOutcome::RunFailed);
     }
     mOutcome.trials.append(trial);
-    if (trial.isUsable() && trial.ssim < 0 && !mWish.size)
+    if (trial.isUsable() && trial.ssim < 0 && !mTarget.size)
         return measure(int(mOutcome.trials.size()) - 1, mNewestPath);
     judge();
 }
@@ -150,7 +150,7 @@ void GoalSearch::measure(int index, const QString& path)
         mOutcome.trials[index].ssim = ssim;
         judge();
     });
-    mProbe->start(path, mWish.inputPath, mWish.isFilm ? SsimProbe::Kind::Film : SsimProbe::Kind::Picture);
+    mProbe->start(path, mTarget.inputPath, mTarget.isVideo ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
 }
 
 // Of all results only the best one that fits stays.
@@ -183,14 +183,14 @@ void GoalSearch::removeAll()
     remove(mKeptPath);
 }
 
-QString reachedText(const GoalWish& wish, const GoalOutcome& outcome)
+QString reachedText(const SearchTarget& target, const GoalOutcome& outcome)
 {
     const Trial& nearest = outcome.trials[outcome.chosen];
-    const bool isPercentage = wish.isFilm && wish.size;
+    const bool isPercentage = target.isVideo && target.size;
     const QString setting = isPercentage ? QStringLiteral("aiming at %1 %").arg(nearest.setting, 0, 'f', 1)
                                          : QStringLiteral("at quality %1").arg(nearest.setting);
     const QString ssim = QString::number(nearest.ssim, 'f', 4);
-    if (!wish.size)
+    if (!target.size)
         return QStringLiteral("an SSIM of %1 at most, %2").arg(ssim, setting);
     if (nearest.ssim < 0)
         return QStringLiteral("no smaller than %1 bytes, %2").arg(nearest.bytes).arg(setting);

@@ -5,21 +5,21 @@
 #include <memory>
 #include <optional>
 
+#include "host/job/SizeGoal.h"
 #include "host/search/EncodeRun.h"
 #include "host/search/SettingSearch.h"
-#include "host/search/SizeGoal.h"
 #include "host/search/SsimProbe.h"
 
-/// A result by what it is to be, instead of by a quality. At least one of the two wishes is there. With both,
+/// A result by what it is to be, instead of by a quality. At least one of the two requests is there. With both,
 /// size is the bound: the largest result that is small enough is compared with the source, and is like enough
 /// or not.
-struct GoalWish
+struct SearchTarget
 {
     QString inputPath;
     QString suffix; ///< of the result, without a dot
     QString scale;
-    bool isFilm = false;
-    int quality = 75;       ///< the first that is tried; not for films with a size
+    bool isVideo = false;
+    int quality = 75;       ///< the first that is tried; not for videos with a size
     bool copyCounts = true; ///< whether the source itself, which the module gives for a larger result, is one
     std::optional<SizeGoal> size;
     std::optional<double> minSsim; ///< above 0, at most 1
@@ -30,7 +30,7 @@ struct GoalOutcome
     enum Kind
     {
         Met,
-        NotMet,        ///< there were results, and none is as wished: trials[chosen] is the nearest
+        NotMet,        ///< there were results, and none is as requested: trials[chosen] is the nearest
         RunFailed,     ///< the module failed: runCode and runText
         MeasureFailed, ///< result and source could not be compared
         Stopped
@@ -46,16 +46,16 @@ struct GoalOutcome
 
 /// What could be reached instead, in English without a full stop, for an outcome that is NotMet:
 /// "no smaller than 812345 bytes, at quality 0", "an SSIM of 0.9312 at most, at quality 100".
-QString reachedText(const GoalWish& wish, const GoalOutcome& outcome);
+QString reachedText(const SearchTarget& target, const GoalOutcome& outcome);
 
-/// Encodes, measures and decides until the wish is met or cannot be. Letting it go ends what runs, without a
+/// Encodes, measures and decides until the request is met or cannot be. Letting it go ends what runs, without a
 /// signal; results that were not chosen are removed as soon as they lose, the chosen one stays.
 class GoalSearch : public QObject
 {
     Q_OBJECT
 
 public:
-    GoalSearch(const GoalWish& wish, EncodeRunFactory makeRun, NewPath newPath);
+    GoalSearch(const SearchTarget& target, EncodeRunFactory makeRun, NewPath newPath);
     ~GoalSearch() override;
 
     /// To be called once. Ends in exactly one ended(), from the event loop.
@@ -89,7 +89,7 @@ private:
         }
     }
 
-    GoalWish mWish;
+    SearchTarget mTarget;
     EncodeRunFactory mMakeRun;
     NewPath mNewPath;
     std::unique_ptr<SettingSearch> mSearch;

@@ -23,14 +23,14 @@ SampleCutter::SampleCutter()
     });
 }
 
-void SampleCutter::cut(const QString& filmPath, qint64 beginMs, qint64 lengthMs, const QString& helpPath,
+void SampleCutter::cut(const QString& videoPath, qint64 beginMs, qint64 lengthMs, const QString& helpPath,
                        const QString& piecePath)
 {
     mHelpPath = helpPath;
     mPiecePath = piecePath;
     mLengthMs = lengthMs;
     // Before the input, so that ffmpeg seeks instead of reading up to there.
-    copy({QStringLiteral("-ss"), seconds(beginMs)}, filmPath, lengthMs, helpPath);
+    copy({QStringLiteral("-ss"), seconds(beginMs)}, videoPath, lengthMs, helpPath);
 }
 
 void SampleCutter::copy(const QStringList& place, const QString& from, qint64 lengthMs, const QString& to)

@@ -2,10 +2,10 @@
 
 #include <QObject>
 
-#include "host/search/FfmpegRun.h"
+#include "host/media/FfmpegRun.h"
 
-/// Cuts a piece out of a film without encoding it: its picture and its first sound, beginning with the key
-/// frame before the wished place. One piece at a time; letting the cutter go ends it.
+/// Cuts a piece out of a video without encoding it: its image and its first sound, beginning with the key
+/// frame before the asked place. One piece at a time; letting the cutter go ends it.
 class SampleCutter : public QObject
 {
     Q_OBJECT
@@ -13,9 +13,9 @@ class SampleCutter : public QObject
 public:
     SampleCutter();
 
-    /// Writes `lengthMs` of the film to `piecePath`; on the way there, `helpPath` holds up to a key frame's
+    /// Writes `lengthMs` of the video to `piecePath`; on the way there, `helpPath` holds up to a key frame's
     /// distance more. Both are names of no file yet, with the suffix kSuffix.
-    void cut(const QString& filmPath, qint64 beginMs, qint64 lengthMs, const QString& helpPath,
+    void cut(const QString& videoPath, qint64 beginMs, qint64 lengthMs, const QString& helpPath,
              const QString& piecePath);
 
     /// A container that holds nearly every codec, and whose times begin at the key frame.

@@ -2,18 +2,18 @@
 
 namespace {
 
-constexpr qint64 kLongFilmMs = 120000;
+constexpr qint64 kLongVideoMs = 120000;
 constexpr qint64 kSamples = 5;
 
 } // namespace
 
-// One in the middle of each fifth: titles and credits, which say little of a film, fill no sample.
-QList<qint64> sampleBeginnings(qint64 filmMs)
+// One in the middle of each fifth: titles and credits, which say little of a video, fill no sample.
+QList<qint64> sampleBeginnings(qint64 videoMs)
 {
     QList<qint64> beginnings;
-    if (filmMs <= kLongFilmMs)
+    if (videoMs <= kLongVideoMs)
         return beginnings;
     for (qint64 i = 0; i < kSamples; ++i)
-        beginnings.append(filmMs * (2 * i + 1) / (2 * kSamples) - kSampleMs / 2);
+        beginnings.append(videoMs * (2 * i + 1) / (2 * kSamples) - kSampleMs / 2);
     return beginnings;
 }

@@ -9,11 +9,11 @@ struct Trial
 {
     double setting;     ///< quality, rate factor or percentage
     qint64 bytes = -1;  ///< the result's size; -1: this setting gives no usable result
-    double ssim = -1.0; ///< likeness to the source, 1.0 for the same picture; -1.0: not measured
+    double ssim = -1.0; ///< SSIM to the source, 1.0 for the same image; -1.0: not measured
     bool isUsable() const { return bytes >= 0; }
 };
 
-/// Decides which setting to try next. Holds no state but the wish: the trials so far say all, and the same
+/// Decides which setting to try next. Holds no state but the request: the trials so far say all, and the same
 /// ones give the same answer. No setting is tried twice.
 class SettingSearch
 {
@@ -23,7 +23,7 @@ public:
     /// None when further trials are not worth their time, or not allowed.
     virtual std::optional<double> next(const QList<Trial>& trials) const = 0;
 
-    /// Whether the result is as the user wished.
+    /// Whether the result is as the user asked.
     virtual bool fits(const Trial& trial) const = 0;
 
     /// Whether `trial` is the one to keep of the two; among results that don't fit, the one that is nearer.

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/search/SizeGoal.h"
+#include "host/job/SizeGoal.h"
 
 namespace {
 
 constexpr double kHighestPercentage = 100;
-// The module counts whole thousands of bits: a finer wish changes nothing.
+// The module counts whole thousands of bits: a finer request changes nothing.
 constexpr double kLeastPercentage = 0.01;
-// A film that a third more bitrate makes hardly larger has all that it needs.
+// A video that a third more bitrate makes hardly larger has all that it needs.
 constexpr double kLeastGrowth = 1.02;
-// How a picture's size grows with the quality, where two trials don't tell yet: by some 3 % a step.
+// How an image's size grows with the quality, where two trials don't tell yet: by some 3 % a step.
 constexpr double kLogBytesPerQuality = 0.03;
 constexpr int kHighestQuality = 100;
 // Interpolation can crawl towards the goal from one side: every third step halves what is left.
@@ -44,13 +44,13 @@ bool SizeSearch::isNear(const QList<Trial>& trials) const
     });
 }
 
-std::optional<double> FilmSizeSearch::next(const QList<Trial>& trials) const
+std::optional<double> VideoSizeSearch::next(const QList<Trial>& trials) const
 {
     const double percentPerByte = 100.0 / double(mSourceBytes);
     if (trials.isEmpty())
         return std::clamp(aimedBytes() * percentPerByte, kLeastPercentage, kHighestPercentage);
     const Trial& last = trials.last();
-    // Without a bitrate left for the picture the encoder fails, and with less it would again.
+    // Without a bitrate left for the image the encoder fails, and with less it would again.
     if (trials.size() >= maxTrials() || isNear(trials) || !last.isUsable())
         return std::nullopt;
 
@@ -74,7 +74,7 @@ std::optional<double> FilmSizeSearch::next(const QList<Trial>& trials) const
     return std::abs(next - last.setting) < kLeastPercentage ? std::nullopt : std::optional(next);
 }
 
-std::optional<double> PictureSizeSearch::next(const QList<Trial>& trials) const
+std::optional<double> ImageSizeSearch::next(const QList<Trial>& trials) const
 {
     if (trials.isEmpty())
         return mFirstQuality;
@@ -101,7 +101,7 @@ std::optional<double> PictureSizeSearch::next(const QList<Trial>& trials) const
 
     int quality = (low + tooHigh) / 2;
     if (fittingCount > 1 && tooHigh > kHighestQuality) {
-        // Twice too small: perhaps this picture never becomes so large.
+        // Twice too small: perhaps this image never becomes so large.
         quality = kHighestQuality;
     } else if ((fitting || larger) && trials.size() % kHalvingPeriod != 0) {
         const Trial& known = fitting ? *fitting : *larger;

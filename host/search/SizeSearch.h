@@ -21,12 +21,14 @@ private:
     qint64 mGoalBytes;
 };
 
-/// Films, by the percentage that the module aims at: it misses by the sound's and the container's share, by
+/// Videos, by the percentage that the module aims at: it misses by the sound's and the container's share, by
 /// rounded lengths and by what the encoder makes of a bitrate. Each miss corrects the next percentage.
-class FilmSizeSearch final : public SizeSearch
+class VideoSizeSearch final : public SizeSearch
 {
 public:
-    FilmSizeSearch(qint64 goalBytes, qint64 sourceBytes) : SizeSearch(goalBytes), mSourceBytes(sourceBytes) {}
+    VideoSizeSearch(qint64 goalBytes, qint64 sourceBytes) : SizeSearch(goalBytes), mSourceBytes(sourceBytes)
+    {
+    }
 
     std::optional<double> next(const QList<Trial>& trials) const override;
     int maxTrials() const override { return 3; }
@@ -35,12 +37,12 @@ private:
     qint64 mSourceBytes;
 };
 
-/// Pictures, by quality: narrowed between one that fits and one that doesn't, 0 to 100, more is better and
+/// Images, by quality: narrowed between one that fits and one that doesn't, 0 to 100, more is better and
 /// larger.
-class PictureSizeSearch final : public SizeSearch
+class ImageSizeSearch final : public SizeSearch
 {
 public:
-    PictureSizeSearch(qint64 goalBytes, int firstQuality) : SizeSearch(goalBytes), mFirstQuality(firstQuality)
+    ImageSizeSearch(qint64 goalBytes, int firstQuality) : SizeSearch(goalBytes), mFirstQuality(firstQuality)
     {
     }
 

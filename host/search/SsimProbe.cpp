@@ -40,62 +40,62 @@ void SsimProbe::start(const QString& resultPath, const QString& sourcePath, Kind
     mSsim = -1.0;
     mStep = Step::Glance;
     // Without an output ffmpeg ends, with an error, once it has described the inputs.
-    if (kind == Kind::Picture)
-        mRun.start(pictureInputs(), mSourcePath, QFileInfo(mResultPath).path());
+    if (kind == Kind::Image)
+        mRun.start(imageInputs(), mSourcePath, QFileInfo(mResultPath).path());
     else
-        mRun.start(filmInput() + QStringList{QStringLiteral("-i"), FfmpegRun::pathArgument(mSourcePath)}, {},
+        mRun.start(videoInput() + QStringList{QStringLiteral("-i"), FfmpegRun::pathArgument(mSourcePath)}, {},
                    QFileInfo(mResultPath).path());
 }
 
 // By its name in its own folder: whatever the folder's name holds can then be taken for no pattern.
-QStringList SsimProbe::filmInput() const
+QStringList SsimProbe::videoInput() const
 {
     return {QStringLiteral("-i"), FfmpegRun::pathArgument(QFileInfo(mResultPath).fileName())};
 }
 
-// The source comes in by no name at all. The encoders of JPEG and PNG take pictures as they are stored;
+// The source comes in by no name at all. The encoders of JPEG and PNG take images as they are stored;
 // ffmpeg turns what it encodes.
-QStringList SsimProbe::pictureInputs() const
+QStringList SsimProbe::imageInputs() const
 {
     QStringList turning;
     if (QFileInfo(mResultPath).suffix().toLower() != QLatin1String("webp"))
         turning << QStringLiteral("-noautorotate");
-    return turning + filmInput() + turning + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")};
+    return turning + videoInput() + turning + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")};
 }
 
 void SsimProbe::compare(const QByteArray& log)
 {
     const QList<MediaGlance> inputs = MediaGlance::inputsIn(log);
-    if (inputs.size() != 2 || !inputs[0].film() || !inputs[1].film() || inputs[0].film()->size.isEmpty()) {
+    if (inputs.size() != 2 || !inputs[0].video() || !inputs[1].video() || inputs[0].video()->size.isEmpty()) {
         emit ended(-1.0);
         return;
     }
     mDurationMs = inputs[0].durationMs;
-    mFilmSize = inputs[0].film()->size;
-    if (mKind == Kind::Film)
-        return compareFilms(true);
+    mVideoSize = inputs[0].video()->size;
+    if (mKind == Kind::Video)
+        return compareVideos(true);
     mStep = Step::Last;
-    mRun.start(pictureInputs() + comparison(pictureGraph(*inputs[0].film(), *inputs[1].film())), mSourcePath,
+    mRun.start(imageInputs() + comparison(imageGraph(*inputs[0].video(), *inputs[1].video())), mSourcePath,
                QFileInfo(mResultPath).path());
 }
 
-// Neither times nor numbers pair the pictures of two films: containers with a constant rate have pictures
+// Neither times nor numbers pair the images of two videos: containers with a constant rate have images
 // repeated and dropped, and a sound's delay shifts them. So the source goes through the encode's own steps,
-// up to the encoder, and then has the result's pictures, number by number.
-void SsimProbe::compareFilms(bool asContainerDoes)
+// up to the encoder, and then has the result's images, number by number.
+void SsimProbe::compareVideos(bool asContainerDoes)
 {
     static const QStringList kConstantRate{QStringLiteral("mp4"), QStringLiteral("mov"),
                                            QStringLiteral("m4v"), QStringLiteral("f4v")};
     mStep = asContainerDoes ? Step::First : Step::Last;
     const bool isConstant =
         kConstantRate.contains(QFileInfo(mResultPath).suffix().toLower()) == asContainerDoes;
-    const QString scale = QStringLiteral("scale=%1,").arg(sizeText(mFilmSize));
+    const QString scale = QStringLiteral("scale=%1,").arg(sizeText(mVideoSize));
     mRun.startFed({QStringLiteral("-i"), FfmpegRun::pathArgument(mSourcePath), QStringLiteral("-map"),
                    QStringLiteral("0:V:0"), QStringLiteral("-vf"), scale + QStringLiteral("format=yuv420p"),
                    QStringLiteral("-fps_mode"), isConstant ? QStringLiteral("cfr") : QStringLiteral("vfr"),
                    QStringLiteral("-c:v"), QStringLiteral("rawvideo"), QStringLiteral("-f"),
                    QStringLiteral("nut"), QStringLiteral("pipe:1")},
-                  filmInput() + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")} +
+                  videoInput() + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")} +
                       comparison(QStringLiteral("[0:V:0]%1format=yuv420p,settb=1/25,setpts=N[r];"
                                                 "[1:v:0]settb=1/25,setpts=N[s];[r][s]ssim=shortest=1")
                                      .arg(scale)),
@@ -116,25 +116,24 @@ QStringList SsimProbe::comparison(const QString& graph)
 
 void SsimProbe::onCompared(double ssim)
 {
-    // Pictures paired wrongly are hardly alike. Which containers have a constant rate differs between
+    // Images paired wrongly are hardly alike. Which containers have a constant rate differs between
     // versions of ffmpeg: the better of both ways is the right one.
     constexpr double kDoubtful = 0.9;
     mSsim = mStep == Step::First ? ssim : std::max(mSsim, ssim);
     if (mStep == Step::First && ssim >= 0 && ssim < kDoubtful)
-        compareFilms(false);
+        compareVideos(false);
     else
         emit ended(mSsim);
 }
 
-QString SsimProbe::pictureGraph(const MediaGlance::Video& picture, const MediaGlance::Video& source)
+QString SsimProbe::imageGraph(const MediaGlance::Video& image, const MediaGlance::Video& source)
 {
-    const int factor =
-        std::max((kLeastSide - 1) / std::min(picture.size.width(), picture.size.height()) + 1, 1);
-    const QSize size = picture.size * factor;
+    const int factor = std::max((kLeastSide - 1) / std::min(image.size.width(), image.size.height()) + 1, 1);
+    const QSize size = image.size * factor;
     // What an encoder drops, transparency, is no difference; what it keeps shows on a ground.
-    const bool hasAlpha = picture.mayHaveAlpha() && source.mayHaveAlpha();
+    const bool hasAlpha = image.mayHaveAlpha() && source.mayHaveAlpha();
     QString graph;
-    for (const auto& [input, stream, name] : {std::tuple(0, picture.stream, QLatin1String("r")),
+    for (const auto& [input, stream, name] : {std::tuple(0, image.stream, QLatin1String("r")),
                                               std::tuple(1, source.stream, QLatin1String("s"))}) {
         const QString frame =
             QStringLiteral("[%1:%2]trim=end_frame=1,setpts=0,scale=%3:flags=bicubic+accurate_rnd,")

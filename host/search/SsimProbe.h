@@ -2,11 +2,11 @@
 
 #include <QObject>
 
-#include "host/search/FfmpegRun.h"
-#include "host/search/MediaGlance.h"
+#include "host/media/FfmpegRun.h"
+#include "host/media/MediaGlance.h"
 
 /// Compares a result with its source, at the result's size, as one looks at them: turned the right way up,
-/// and what is transparent in both on grey. Films are compared picture by picture, covers aside. One
+/// and what is transparent in both on grey. Videos are compared frame by frame, covers aside. One
 /// comparison at a time; letting the probe go ends it.
 class SsimProbe : public QObject
 {
@@ -15,8 +15,8 @@ class SsimProbe : public QObject
 public:
     enum class Kind
     {
-        Film,
-        Picture
+        Video,
+        Image
     };
 
     SsimProbe();
@@ -41,20 +41,20 @@ private:
         Last
     };
 
-    QStringList filmInput() const;
-    QStringList pictureInputs() const;
+    QStringList videoInput() const;
+    QStringList imageInputs() const;
     void compare(const QByteArray& log);
-    void compareFilms(bool asContainerDoes);
-    static QString pictureGraph(const MediaGlance::Video& picture, const MediaGlance::Video& source);
+    void compareVideos(bool asContainerDoes);
+    static QString imageGraph(const MediaGlance::Video& image, const MediaGlance::Video& source);
     static QStringList comparison(const QString& graph);
     void onCompared(double ssim);
 
     FfmpegRun mRun;
     QString mResultPath;
     QString mSourcePath;
-    Kind mKind = Kind::Picture;
+    Kind mKind = Kind::Image;
     Step mStep = Step::Glance;
-    QSize mFilmSize;
+    QSize mVideoSize;
     qint64 mDurationMs = 0;
     double mSsim = -1.0;
 };

@@ -45,7 +45,7 @@ std::optional<double> SsimSearch::next(const QList<Trial>& trials) const
     }
     if (high - low <= 1 || trials.size() >= maxTrials())
         return std::nullopt;
-    // The last chance of a high wish.
+    // The last chance of a high target.
     const bool isLast = trials.size() == maxTrials() - 1;
     const int steps = isLast && !isHighEnough ? high - 1 : (low + high) / 2;
     return mFirstQuality + steps * direction;

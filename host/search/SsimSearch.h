@@ -8,10 +8,10 @@ struct QualityScale
     int worst;
     int best; ///< may be the smaller number
 
-    static constexpr QualityScale picture() { return {0, 100}; }
+    static constexpr QualityScale image() { return {0, 100}; }
     /// Rate factors. 0 is left to those who ask for it: it means lossless, in a profile that few players
     /// know.
-    static constexpr QualityScale film() { return {51, 1}; }
+    static constexpr QualityScale video() { return {51, 1}; }
 };
 
 /// Raises the quality until the result is like enough to the source: the first quality is the user's own and

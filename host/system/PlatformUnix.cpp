@@ -46,7 +46,7 @@ void catchSignal(int number)
 {
     struct sigaction action = {};
     sigaction(number, nullptr, &action);
-    // nohup's wish, or that of who wants an error instead of an end at a file's limit. An interrupt is
+    // nohup's request, or that of who wants an error instead of an end at a file's limit. An interrupt is
     // another matter: a script's shell ignores it for what runs in the background, and whoever sends one
     // there means it.
     if ((number == SIGHUP || number == SIGXFSZ) && action.sa_handler == SIG_IGN)

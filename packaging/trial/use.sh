@@ -3,12 +3,12 @@
 generate() { ffmpeg -v error -nostdin -f lavfi -i "testsrc2=s=640x480:r=25:d=2,noise=alls=20:allf=t" "$@"; }
 generate -frames:v 1 -q:v 1 photo.jpg
 generate -frames:v 1 drawing.png
-generate -q:v 1 -c:v mpeg4 film.mkv
+generate -q:v 1 -c:v mpeg4 video.mkv
 for output in smaller.jpg smaller.png smaller.webp smaller.mp4; do
     case $output in
         *.png | *.webp) input=drawing.png ;;
         *.jpg) input=photo.jpg ;;
-        *) input=film.mkv ;;
+        *) input=video.mkv ;;
     esac
     vxcompress "$input" "$output"
     (($(stat -c %s "$output") < $(stat -c %s "$input")))

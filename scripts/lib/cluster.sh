@@ -58,16 +58,16 @@ print(*(one.getsockname()[1] for one in sockets))
 PYTHON
 }
 
-# Sixty files in $1, and what one run on one machine makes of them in $2: photos, drawings, films.
+# Sixty files in $1, and what one run on one machine makes of them in $2: photos, drawings, videos.
 make_archive() {
     local make=("$bin/ffmpeg" -v error -nostdin -f lavfi) i
-    mkdir -p -- "$1/photos" "$1/odd names" "$1/films"
+    mkdir -p -- "$1/photos" "$1/odd names" "$1/videos"
     "${make[@]}" -i "mandelbrot=s=1280x960,noise=alls=8:allf=t" -frames:v 40 -q:v 2 "$1/photos/%02d.jpg"
     "${make[@]}" -i "mandelbrot=s=1280x960,noise=alls=8:allf=t" -frames:v 8 -q:v 2 "$1/odd names/é (%02d) & more.jpg"
     "${make[@]}" -i "mandelbrot=s=640x480" -frames:v 8 "$1/odd names/%02d.png"
     for i in 1 2 3 4; do
         "${make[@]}" -i "testsrc2=s=320x240:r=25:d=4" -vf "noise=alls=$((i * 9)):allf=t" -c:v libx264 -preset ultrafast \
-            -pix_fmt yuv420p "$1/films/$i.mp4"
+            -pix_fmt yuv420p "$1/videos/$i.mp4"
     done
     [[ $(files_in "$1") -eq 60 ]] || fail "there are not sixty files"
     "$bin/vxcompress" --quiet -r "$1" -o "$2"

@@ -93,7 +93,7 @@ class Drive:
         check(process.returncode == status, "status", process.returncode, "instead of", status, self.said)
         return self.said
 
-    def film(self, name, seconds=2, size="320x240"):
+    def video(self, name, seconds=2, size="320x240"):
         """A source that is easily made smaller."""
         path = self.at(name)
         os.makedirs(os.path.dirname(path), exist_ok=True)
@@ -103,7 +103,7 @@ class Drive:
                        env=self.env, check=True, stdin=subprocess.DEVNULL)
         return path
 
-    def picture(self, name):
+    def image(self, name):
         path = self.at(name)
         subprocess.run([*self.program("ffmpeg"), "-v", "error", "-f", "lavfi", "-i", "mandelbrot=s=640x480",
                         "-frames:v", "1", "-q:v", "1", "-y", self.z(path)],
@@ -111,7 +111,7 @@ class Drive:
         return path
 
     def is_whole(self, path, frames):
-        """Whether it is a film of so many frames."""
+        """Whether it is a video of so many frames."""
         probe = subprocess.run([*self.program("ffprobe"), "-v", "error", "-count_frames", "-show_entries",
                                 "stream=nb_read_frames", "-of", "csv=p=0", self.z(path)], env=self.env,
                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, check=False)
@@ -187,7 +187,7 @@ class Terminal:
 
 @case
 def names_with_blanks_and_letters(d):
-    source = d.film("ein fïlm ö 写真.mkv")
+    source = d.video("ein fïlm ö 写真.mkv")
     before = digest(source)
     output = d.at("kleiner ö 写真.mp4")
     d.run(d.z(source), d.z(output))
@@ -197,12 +197,12 @@ def names_with_blanks_and_letters(d):
 
 
 @case
-def pictures_and_a_temporary_place_beyond_the_code_page(d):
+def images_and_a_temporary_place_beyond_the_code_page(d):
     place = os.path.join(d.folder, "tmp 写真 ö")
     d.set_temporary(place)
     try:
         for kind in ("jpg", "png"):
-            source = d.picture(f"bild 写真.{kind}")
+            source = d.image(f"bild 写真.{kind}")
             d.run(d.z(source), d.z(d.at(f"klein 写真.{kind}")), "--quality", "40")
             check(0 < os.path.getsize(d.at(f"klein 写真.{kind}")) < os.path.getsize(source), "the result", d.said)
             check(os.listdir(place) == [], "left:", os.listdir(place))
@@ -212,18 +212,18 @@ def pictures_and_a_temporary_place_beyond_the_code_page(d):
 
 @case
 def in_place_by_another_case(d):
-    source = d.film("Film.mp4")
+    source = d.video("Video.mp4")
     before = os.path.getsize(source)
-    d.run(d.z(source), d.z(d.at("FILM.MP4")), status=2)
+    d.run(d.z(source), d.z(d.at("VIDEO.MP4")), status=2)
     check(os.path.getsize(source) == before, "the source was changed", d.said)
-    d.run("--in-place", d.z(d.at("FILM.MP4")))
-    check(os.listdir(d.files) == ["Film.mp4"] and os.path.getsize(source) < before, os.listdir(d.files), d.said)
+    d.run("--in-place", d.z(d.at("VIDEO.MP4")))
+    check(os.listdir(d.files) == ["Video.mp4"] and os.path.getsize(source) < before, os.listdir(d.files), d.said)
     check(d.is_whole(source, 50), "the result is not whole")
 
 
 @case
 def in_place_by_another_drive_letter(d):
-    source = d.film("Film.mp4")
+    source = d.video("Video.mp4")
     before = digest(source)
     d.run(d.z(source), d.y(source), status=2)
     check(digest(source) == before, "the source was changed", d.said)
@@ -232,12 +232,12 @@ def in_place_by_another_drive_letter(d):
     check(digest(source) == before, "the source was changed by the library's task", d.said)
     # Asked for, it is a job in place: the source is there until the result takes its place.
     d.run(d.z(source), d.y(source), "-f")
-    check(digest(source) != before and d.is_whole(source, 50) and os.listdir(d.files) == ["Film.mp4"], d.said)
+    check(digest(source) != before and d.is_whole(source, 50) and os.listdir(d.files) == ["Video.mp4"], d.said)
 
 
 @case
 def an_existing_target(d):
-    source, target = d.film("a.mkv"), d.at("b.mp4")
+    source, target = d.video("a.mkv"), d.at("b.mp4")
     with open(target, "w", encoding="ascii") as file:
         file.write("old")
     d.run(d.z(source), d.z(target), status=2)
@@ -248,8 +248,8 @@ def an_existing_target(d):
 
 @case
 def a_target_that_is_held_open(d):
-    source, target = d.film("a.mkv"), d.at("b.mp4")
-    shutil.copy(d.film("old.mp4"), target)
+    source, target = d.video("a.mkv"), d.at("b.mp4")
+    shutil.copy(d.video("old.mp4"), target)
     before = digest(target)
     # Reads it at the speed of a viewer, over and over.
     holder = d.start("-re", "-stream_loop", "-1", "-i", d.z(target), "-c", "copy", "-f", "framecrc", "-y", "NUL",
@@ -268,7 +268,7 @@ def a_target_that_is_held_open(d):
 
 
 def interrupted(d, times):
-    source = d.film("a.mkv", 60, "640x480")
+    source = d.video("a.mkv", 60, "640x480")
     before = digest(source)
     terminal = Terminal(d, d.z(source), d.z(d.at("b.mp4")))
     terminal.wait_until(lambda: d.processes("ffmpeg") and d.private_folders(), "the encoder works")
@@ -292,13 +292,13 @@ def interrupted_once(d):
 def interrupted_twice(d):
     interrupted(d, 2)
     # What it may have left, the next one removes.
-    d.run(d.z(d.film("c.mkv")), d.z(d.at("d.mp4")))
+    d.run(d.z(d.video("c.mkv")), d.z(d.at("d.mp4")))
     d.nothing_is_left()
 
 
 @case
 def killed_outright(d):
-    source = d.film("a.mkv", 60, "640x480")
+    source = d.video("a.mkv", 60, "640x480")
     process = d.start(d.z(source), d.z(d.at("b.mp4")))
     wait_until(lambda: d.processes("ffmpeg") and d.private_folders(), "the encoder works")
     for id in d.processes("vxcompress"):
@@ -306,13 +306,13 @@ def killed_outright(d):
     process.communicate()
     d.no_encoder_is_left()
     check(not os.path.exists(d.at("b.mp4")), "half a result")
-    d.run(d.z(d.film("c.mkv")), d.z(d.at("d.mp4")))
+    d.run(d.z(d.video("c.mkv")), d.z(d.at("d.mp4")))
     d.nothing_is_left()
 
 
 @case
 def estimated(d):
-    source = d.film("a.mkv", 4)
+    source = d.video("a.mkv", 4)
     before = os.listdir(d.files)
     d.run(d.z(source), "--estimate", "--format", "mp4")
     check("B" in d.said and os.listdir(d.files) == before, d.said)
@@ -320,7 +320,7 @@ def estimated(d):
 
 @case
 def on_a_terminal(d):
-    source = d.film("ö 写真.mkv")
+    source = d.video("ö 写真.mkv")
     terminal = Terminal(d, d.z(source), d.z(d.at("klein.mp4")))
     status = terminal.end()
     check(status == 0 and "ö 写真.mkv".encode() in terminal.shown, status, terminal.shown)
@@ -329,14 +329,14 @@ def on_a_terminal(d):
 @case
 def a_path_of_more_than_260_letters(d):
     folder = os.path.join(*["f" * 60] * 5)
-    source = d.film("a.mkv")
+    source = d.video("a.mkv")
     os.makedirs(d.at(folder))
     deep = d.at(os.path.join(folder, "a.mkv"))
     os.rename(source, deep)
     d.run(d.z(deep), d.z(d.at(os.path.join(folder, "b.mp4"))))
     check(d.is_whole(d.at(os.path.join(folder, "b.mp4")), 50), d.said)
     for kind in ("jpg", "png"):
-        source = d.picture(f"a.{kind}")
+        source = d.image(f"a.{kind}")
         d.run(d.z(source), d.z(d.at(os.path.join(folder, f"b.{kind}"))), "--quality", "40")
         check(0 < os.path.getsize(d.at(os.path.join(folder, f"b.{kind}"))) < os.path.getsize(source), d.said)
 

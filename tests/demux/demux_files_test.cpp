@@ -110,10 +110,10 @@ private slots:
         QLoggingCategory::setFilterRules(u"vantor.info=true"_s);
         FFDemuxer().open(media("empty.mp4"));
         FFDemuxer().seekByFilePos(0);
-        FFDemuxer film;
-        film.open(media("mp4-moov-first.mp4"));
-        film.seek(1500, 2);
-        film.seekByFilePos(1000); // which MP4 cannot do
+        FFDemuxer video;
+        video.open(media("mp4-moov-first.mp4"));
+        video.seek(1500, 2);
+        video.seekByFilePos(1000); // which MP4 cannot do
         av_log(nullptr, AV_LOG_ERROR, "in pieces: ");
         av_log(nullptr, AV_LOG_ERROR | AV_LOG_C(128), "%d\n", 42);
         av_log(nullptr, AV_LOG_INFO, "chatter\n");
@@ -128,7 +128,7 @@ private slots:
             "maybe specific format, ret = 0\n---player--- seekByFilePos av_seek_frame: -1: %4\n"
             "in pieces: 42"_s.arg(invalid, errorText(AVERROR_INVALIDDATA), media("empty.mp4"),
                                   errorText(-1)));
-        QVERIFY2(film.readPacket(), "a failed seek leaves the input readable");
+        QVERIFY2(video.readPacket(), "a failed seek leaves the input readable");
     }
 
     void failureLeavesTheDemuxerUsable()
@@ -194,9 +194,9 @@ private slots:
     {
         FFDemuxer demuxer;
         QVERIFY(demuxer.open(media("avi.avi"))); // a codec that knows no rate of its own
-        AVStream* film = demuxer.formatContext()->streams[0];
-        film->r_frame_rate = rational(cells()[1]);
-        film->avg_frame_rate = rational(cells()[2]);
+        AVStream* video = demuxer.formatContext()->streams[0];
+        video->r_frame_rate = rational(cells()[1]);
+        video->avg_frame_rate = rational(cells()[2]);
         const AVRational found = describeMedia(demuxer)->videoStreams.first()->frameRate;
         QCOMPARE(u"%1/%2"_s.arg(found.num).arg(found.den), cells()[3]);
     }
@@ -219,23 +219,23 @@ private slots:
         QVERIFY(!describeMedia(demuxer));
         QVERIFY(demuxer.open(media("mp4-moov-last.mp4")));
         const auto context = demuxer.formatContext();
-        AVStream* film = context->streams[0];
+        AVStream* video = context->streams[0];
         // The stream's and the codec's aspect ratio; a length and its unit.
         for (const auto& [aspect, codecs, length, unit, expectedNum, expectedMs] :
              {std::tuple(AVRational{4, 3}, AVRational{1, 1}, qint64(1999), AVRational{1, 0}, 4, qint64(0)),
               {{0, 1}, {16, 11}, AV_NOPTS_VALUE, {1, 1}, 16, std::numeric_limits<qint64>::min()},
               {{0, 1}, {16, 11}, kLongest, {1, 1}, 16, kLongest}}) {
-            film->sample_aspect_ratio = aspect;
-            film->codecpar->sample_aspect_ratio = codecs;
-            film->duration = length;
-            film->time_base = unit;
+            video->sample_aspect_ratio = aspect;
+            video->codecpar->sample_aspect_ratio = codecs;
+            video->duration = length;
+            video->time_base = unit;
             const auto found = describeMedia(demuxer)->videoStreams.first();
             QCOMPARE(found->sampleAspectRatio.num, expectedNum);
             QCOMPARE(found->durationMs, expectedMs);
         }
         context->duration = kLongest;
         context->streams[1]->codecpar->ch_layout.order = AV_CHANNEL_ORDER_UNSPEC;
-        film->codecpar->codec_type = AVMEDIA_TYPE_DATA;
+        video->codecpar->codec_type = AVMEDIA_TYPE_DATA;
         const auto media = describeMedia(demuxer);
         QCOMPARE(media->durationMs, kLongest / 1000);
         QCOMPARE(media->audioStreams.first()->channelLayout, 0U);
@@ -256,8 +256,8 @@ private slots:
         FFDemuxer resource;
         QVERIFY(file.open(media(name)) && resource.open(u":/"_s + name));
         QVERIFY(file.readPacket() && resource.readPacket());
-        const bool isPicture = name.startsWith(u"cover") || name.startsWith(u"wmv");
-        QCOMPARE(describeMedia(file)->videoStreams.first()->isAttachedPicture, isPicture);
+        const bool isImage = name.startsWith(u"cover") || name.startsWith(u"wmv");
+        QCOMPARE(describeMedia(file)->videoStreams.first()->isAttachedPicture, isImage);
         const QStringList packets = readAll(file);
         QVERIFY(packets.size() > 1 && readAll(resource) == packets);
         QVERIFY2(!file.readPacket() && !resource.readPacket(), "the end stays the end");

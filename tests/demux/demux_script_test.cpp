@@ -61,7 +61,7 @@ struct
     }
 } theScript;
 
-// The packets of a film (0) and two sounds in ticks of 1/90000 s, and their times on the one timeline: dts, or
+// The packets of a video (0) and two sounds in ticks of 1/90000 s, and their times on the one timeline: dts, or
 // "dts/pts" where they differ.
 const char kJoints[] = R"(
 times move without a joint                    | 0:0:100 0:10:130 0:20:190 | 100 130 190
@@ -71,7 +71,7 @@ the third part begins where the second began  | 0:0:9 0:10:20 0:20:5 0:30:7 0:40
 bases of pts and dts are mixed up             | 0:0:10:14 0:10:20:26 0:20:5:6 0:30:7:8 | 10/14 20/26 21/26 23/28
 streams share a timeline                      | 0:0:100 1:10:500 0:20:50 1:30:600 | 100 500 101/100 600
 a missing time is a joint                     | 0:0:100 0:10:none 0:20:130 | 100 none 130
-a film without pts gets the dts               | 0:0:100:none 0:10:200:none | 100/none 200/none
+a video without pts gets the dts               | 0:0:100:none 0:10:200:none | 100/none 200/none
 sound that starts without pts stays without   | 1:0:100:none 1:10:200:230 | 100 200
 sound that starts with pts loses them         | 1:0:100:105 1:10:200:none | 100/105 200/none
 a frame without position is in no chapter     | 0:0:10 0:-1:11 0:20:12 0:30:5 0:-1:6 0:40:7 | 10 11 12 13/12 14/13 15/14
@@ -94,13 +94,13 @@ the end of time traps                            | max   |
 before all, something moves                      | min   |
 )";
 
-// What a scan of a film, whose times are in these units, and of a sound in 1/90000 s finds; -7 when it leaves the duration
+// What a scan of a video, whose times are in these units, and of a sound in 1/90000 s finds; -7 when it leaves the duration
 // alone.
 const char kDurations[] = R"(
 the last packet has no length            | 0:0:0:0:1000 0:10:9000:9000:1000       | 1/1000 | 10000
 counted from 0                           | 0:0:5000:5000:10 0:10:6000:6000:10     | 1/1000 | 1010
 the last end is not the furthest         | 0:0:0 0:10:1:900:100 0:20:2:500:100    | 1/1000 | 1000
-a film that says nothing hides its sound | 0:0:0 1:0:0 1:0:90000                  | 1/1000 | 1000
+a video that says nothing hides its sound | 0:0:0 1:0:0 1:0:90000                  | 1/1000 | 1000
 a time base of nothing divides           | 0:0:0 0:10:9000 1:0:0 1:0:90000        | 1/0    | 1000
 a missing presentation time              | 0:0:0:none 0:10:9000:none              | 1/1000 | 9000
 no time at all                           | 0:0:none:none:40 0:10:none:none:40     | 1/1000 | 80
@@ -215,12 +215,12 @@ private slots:
 
     void lengths()
     {
-        // Of the film's chapters, or of the longest sound's.
+        // Of the video's chapters, or of the longest sound's.
         FFVobDemuxer demuxer;
-        const QString film = u" 0:10:0 0:20:90000 0:30:0 0:40:180000"_s;
-        openVob(demuxer, film + u" 1:50:0 1:60:900000 2:70:0 2:80:360000"_s);
+        const QString video = u" 0:10:0 0:20:90000 0:30:0 0:40:180000"_s;
+        openVob(demuxer, video + u" 1:50:0 1:60:900000 2:70:0 2:80:360000"_s);
         QCOMPARE(demuxer.durationMs(), 10000);
-        openVob(demuxer, film + u" 1:50:0 1:60:180000 2:70:0 2:80:180000"_s);
+        openVob(demuxer, video + u" 1:50:0 1:60:180000 2:70:0 2:80:180000"_s);
         QCOMPARE(demuxer.durationMs(), 3000);
         // A chapter of one packet has no length to divide by.
         openVob(demuxer, u"0:1000:0"_s);
@@ -263,7 +263,7 @@ private slots:
         QCOMPARE(durationMs, number(cells()[3]));
     }
 
-    void stillPictures()
+    void stillImages()
     {
         const QString three = u"0:0:0 1:0:0 0:10:1 1:10:1 0:20:2 1:20:2"_s;
         for (const auto& [name, more, isStill] : {std::tuple("wmv-many.wmv", "", true),
@@ -277,13 +277,13 @@ private slots:
     // Its stream information may be missing although its packets can be read.
     void wmv3()
     {
-        QByteArray film = TestFolder::read(media("wmv-many.wmv"));
+        QByteArray video = TestFolder::read(media("wmv-many.wmv"));
         theScript.infoFails = true;
         for (const bool isWmv3 : {false, true}) {
             FFDemuxer demuxer;
-            QCOMPARE(demuxer.open(mFolder->write(u"a.wmv"_s, film)), isWmv3);
+            QCOMPARE(demuxer.open(mFolder->write(u"a.wmv"_s, video)), isWmv3);
             QCOMPARE(!demuxer.readPacket(), !isWmv3);
-            film.replace("WMV2", "WMV3");
+            video.replace("WMV2", "WMV3");
         }
     }
 };

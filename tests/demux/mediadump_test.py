@@ -54,7 +54,7 @@ def stream_fields(name, stream, found):
         "frameRate": next(rate for rate in map(fraction, rates) if rate == found["frameRate"]),
         "sampleAspectRatio": fraction(stream.get("sample_aspect_ratio", "0:1")),
         "rotation": -left % 360,  # ffprobe turns the other way round
-        # A film of at most three packets is a still picture.
+        # A video of at most three packets is a still image.
         "isAttachedPicture": bool(stream["disposition"]["attached_pic"]) or name == "wmv-3.wmv",
     }
 

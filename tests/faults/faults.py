@@ -7,8 +7,8 @@ import signal
 import time
 import typing
 
-LETTERS = {"JPEG": "J", "PNG": "P", "WebP": "W", "film": "F", "size": "S", "estimate": "E",
-           "JPEG task": "j", "PNG task": "p", "WebP task": "w", "film task": "f"}
+LETTERS = {"JPEG": "J", "PNG": "P", "WebP": "W", "video": "F", "size": "S", "estimate": "E",
+           "JPEG task": "j", "PNG task": "p", "WebP task": "w", "video task": "f"}
 
 
 class NotHere(Exception):
@@ -187,9 +187,9 @@ GROUPS = {
     "The input": [
         Fault("missing", "there is no file", "2 jpwf=!0", "real", before=lambda run: run.give(None)),
         Fault("empty", "is empty", "2 jpwf=!0", "real", before=lambda run: run.give(b"")),
-        Fault("cut, at 20 places", "is cut|neither a picture nor a film|cannot judge|cannot become", "1/2 jpwf=*",
+        Fault("cut, at 20 places", "is cut|neither an image nor a video|cannot judge|cannot become", "1/2 jpwf=*",
               "real", before=cut, variants=range(1, 21)),
-        Fault("garbage", "neither a picture nor a film", "2 jpwf=!0", "real",
+        Fault("garbage", "neither an image nor a video", "2 jpwf=!0", "real",
               before=lambda run: run.give(random.Random(1).randbytes(40000))),
         Fault("a folder", "not a regular file", "2 jpwf=!0", "real", before=folder),
         Fault("a pipe that nobody writes", "not a regular file", "2 jpwf=!0", "real", before=pipe),
@@ -225,11 +225,11 @@ GROUPS = {
         Fault("crashes half-way", "the encoder .* failed", "1 jpwf=15", environment=crash("half")),
         Fault("crashes at its end", "the encoder .* failed", "1 jpwf=15", environment=crash("end")),
         Fault("fails with 3", "the encoder .* failed", "1 jpwf=3", environment={"FAKE_EXIT": "3"}),
-        Fault("ends well without a result", "made no|no film to judge", "1 jp=2 wf=0",
+        Fault("ends well without a result", "made no|no video to judge", "1 jp=2 wf=0",
               environment={"FAKE_OUTPUT": "none"}, encoder_lies=True),
-        Fault("ends well with none of its bytes", "made no|no film to judge", "1 jp=2 wf=0",
+        Fault("ends well with none of its bytes", "made no|no video to judge", "1 jp=2 wf=0",
               environment={"FAKE_OUTPUT": "empty"}, encoder_lies=True),
-        Fault("ends well with noise", "is cut|no film to judge", "1 jpwf=0", environment={"FAKE_OUTPUT": "half"},
+        Fault("ends well with noise", "is cut|no video to judge", "1 jpwf=0", environment={"FAKE_OUTPUT": "half"},
               encoder_lies=True),
         Fault("killed by somebody", "was killed", "1 jpwf=62097", environment=hang("half"), during=kill_encoder),
         Fault("hangs", "took longer", "1 jpwf=TERM", environment=hang("half"), words=["-f", "--timeout", "1"],
@@ -238,7 +238,7 @@ GROUPS = {
               environment={**hang("half"), "FAKE_DEAF_MS": "700"},
               during=chain(lambda run: run.wait_for_encoder(), send(signal.SIGINT))),
         Fault("floods its standard error", "", "0 jpwf=0", environment={"FAKE_NOISE": "300000"}),
-        Fault("writes under a name of its own", "made no|no film to judge", "1 jp=2 wf=0",
+        Fault("writes under a name of its own", "made no|no video to judge", "1 jp=2 wf=0",
               environment={"FAKE_STRAY": "1"}, encoder_lies=True,
               before=lambda run: run.is_direct and run.own.add(run.output + ".stray")),
     ],

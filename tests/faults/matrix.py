@@ -24,13 +24,13 @@ KINDS = {
     "JPEG": ("photo.jpg", "out.jpg", []),
     "PNG": ("photo.png", "out.png", []),
     "WebP": ("photo.webp", "out.webp", []),
-    "film": ("film.mp4", "out.mp4", []),
-    "size": ("film.mp4", "out.mp4", ["--size", "50%"]),
-    "estimate": ("film.mp4", "out.mp4", ["--estimate"]),
+    "video": ("video.mp4", "out.mp4", []),
+    "size": ("video.mp4", "out.mp4", ["--size", "50%"]),
+    "estimate": ("video.mp4", "out.mp4", ["--estimate"]),
     "JPEG task": ("photo.jpg", "out.jpg", None),
     "PNG task": ("photo.png", "out.png", None),
     "WebP task": ("photo.webp", "out.webp", None),
-    "film task": ("film.mp4", "out.mp4", None),
+    "video task": ("video.mp4", "out.mp4", None),
 }
 # What a task tells with its codes, and with all others.
 CORRUPT = "The file is corrupt or not a standard file format"
@@ -38,7 +38,7 @@ TEXTS = {
     "JPEG task": ({1: (CORRUPT, "")}, ("",)),
     "PNG task": ({1: (CORRUPT, "")}, ("",)),
     "WebP task": ({0: ("successful", "")}, ("fail", "")),
-    "film task": ({0: ("successful",), 1: (" Check the parameters please ",), 62097: ("Process Abort",)},
+    "video task": ({0: ("successful",), 1: (" Check the parameters please ",), 62097: ("Process Abort",)},
                   ("Unknown mistake",)),
 }
 TOOLS = ("cJpeg", "pngquant", "ffmpeg")
@@ -57,13 +57,13 @@ this was looked at, and a cell that names one of these has a row that broke:
 - message: the text names the cause; a task's is the one that goes with its code and kind
 - source: its content is what it was, or what the fault made of it; in place also the whole result, after a success
 - no process: within moments no process of the run is left
-- old output: the file of before, or a whole result after a success; a film or WebP task may also have removed it
+- old output: the file of before, or a whole result after a success; a video or WebP task may also have removed it
 - nothing left: beside output and temporary files there is what there was, byte for byte; where `vxcompress` was killed
   outright, after its next run
 
-Tasks promise less in three places. Where their host is killed they leave temporary files, and film and WebP half an
+Tasks promise less in three places. Where their host is killed they leave temporary files, and video and WebP half an
 output. An encoder that lies about its success is believed: `vxcompress` looks at results, a host of its own has to. And
-what ffmpeg writes under names that nobody gave it stays beside the output of a film or WebP task.
+what ffmpeg writes under names that nobody gave it stays beside the output of a video or WebP task.
 
 """
 PATIENCE = 30  # seconds
@@ -106,12 +106,12 @@ class Installation:
             self._stage(name, self.stages[name])
         self.media = os.path.join(root, "media")
         os.mkdir(self.media)
-        picture = ("-f", "lavfi", "-i", "mandelbrot=s=400x300", "-vf", "noise=alls=20", "-frames:v", "1")
-        film = ("-f", "lavfi", "-i", "testsrc2=s=160x120:r=25:d=1", "-vf", "noise=alls=20:allf=t", "-pix_fmt", "yuv420p")
-        for name, how in {"photo.jpg": (*picture, "-q:v", "1"), "photo.png": picture,
-                          "photo.webp": (*picture, "-q:v", "100"), "film.mp4": (*film, "-crf", "10"),
-                          "result.jpg": (*picture, "-q:v", "9"), "result.png": (*picture, "-pix_fmt", "pal8"),
-                          "result.webp": (*picture, "-q:v", "50"), "result.mp4": (*film, "-crf", "33")}.items():
+        image = ("-f", "lavfi", "-i", "mandelbrot=s=400x300", "-vf", "noise=alls=20", "-frames:v", "1")
+        video = ("-f", "lavfi", "-i", "testsrc2=s=160x120:r=25:d=1", "-vf", "noise=alls=20:allf=t", "-pix_fmt", "yuv420p")
+        for name, how in {"photo.jpg": (*image, "-q:v", "1"), "photo.png": image,
+                          "photo.webp": (*image, "-q:v", "100"), "video.mp4": (*video, "-crf", "10"),
+                          "result.jpg": (*image, "-q:v", "9"), "result.png": (*image, "-pix_fmt", "pal8"),
+                          "result.webp": (*image, "-q:v", "50"), "result.mp4": (*video, "-crf", "33")}.items():
             self.ffmpeg(*how, os.path.join(self.media, name))
 
     def ffmpeg(self, *arguments):
@@ -154,7 +154,7 @@ class Run:
         self.installation, self.fault, self.kind, self.variant = installation, fault, kind, variant
         self.source_name, self.output_name, self.options = KINDS[kind]
         self.is_task = self.options is None
-        self.is_direct = kind in ("WebP task", "film task")
+        self.is_direct = kind in ("WebP task", "video task")
         self.is_user = False
         self.mounts = []
         self.own = set()  # what the fault itself changes, beside source and output

@@ -6,8 +6,8 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
-#include "host/report/JsonReporter.h"
-#include "host/summary/StreamTally.h"
+#include "host/output/JsonReporter.h"
+#include "host/report/StreamTally.h"
 #include "host/system/NativePath.h"
 #include "tests/fuzz/Fuzz.h"
 
@@ -165,7 +165,7 @@ void checkCounted(const Findings& sum, Outcome outcome)
                            : outcome == Outcome::Delivered                            ? sum.delivered
                            : outcome == Outcome::Skipped                              ? sum.skipped
                            : outcome == Outcome::Kept || outcome == Outcome::NotWorth ? sum.kept
-                                                                                      : sum.foreseen;
+                                                                                      : sum.predicted;
     require(counted == 1, "the file counts for what came of it");
 }
 

@@ -1,10 +1,10 @@
 // A command line, a word in each line up to an empty one, and the list of --files-from behind it.
 #include <QDir>
 
-#include "host/Format.h"
-#include "host/Options.h"
+#include "host/cli/ParseOptions.h"
+#include "host/job/Format.h"
+#include "host/output/PathText.h"
 #include "host/plan/Plan.h"
-#include "host/report/PathText.h"
 #include "host/system/NativePath.h"
 #include "host/system/PrivateFolder.h"
 #include "tests/fuzz/Fuzz.h"
@@ -13,7 +13,7 @@ using Fuzz::require;
 
 namespace {
 
-void checkWishes(const Options& options)
+void checkTargets(const Options& options)
 {
     require(!options.inputs.contains(QString()), "no name is empty");
     require(!(options.quality && options.size) && !(options.inPlace && !options.output.isEmpty()),
@@ -21,7 +21,7 @@ void checkWishes(const Options& options)
     for (const qint64 bytes : {qint64(0), qint64(1), qint64(1) << 60})
         require(!options.size ||
                     (options.size->bytesFor(bytes) >= 0 && options.size->bytesFor(bytes) <= bytes),
-                "a wished size is no larger than the source");
+                "a requested size is no larger than the source");
     for (const QString& suffix : options.formats)
         require(Formats::ofSuffix(suffix, options.anyContainer), "a format can be written");
     const bool hasPlace = options.inPlace || !options.output.isEmpty() || !options.suffix.isEmpty();
@@ -96,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     }
     const auto& options = std::get<Options>(parsed);
-    checkWishes(options);
+    checkTargets(options);
     checkList(options, input.rest());
     return 0;
 }

@@ -3,8 +3,9 @@
 #include <QJsonObject>
 #include <QXmlStreamReader>
 
-#include "host/Options.h"
-#include "host/summary/ReportCommand.h"
+#include "host/job/ExitStatus.h"
+#include "host/job/Options.h"
+#include "host/report/ReportCommand.h"
 #include "tests/fuzz/Fuzz.h"
 
 using Fuzz::require;
@@ -17,7 +18,7 @@ void checkJson(const QByteArray& line)
     require(sum.value(u"type") == QStringLiteral("report") && line.count('\n') == 1,
             "one object in one line");
     qint64 files = 0;
-    for (const char* end : {"delivered", "kept", "skipped", "foreseen", "failed", "unfinished"})
+    for (const char* end : {"delivered", "kept", "skipped", "predicted", "failed", "unfinished"})
         files += sum.value(QLatin1String(end)).toInteger(-1);
     require(files == sum.value(u"files").toInteger(), "every file has one end");
     for (const char* name : {"runs", "seconds", "bytesBefore", "bytesAfter", "coreSeconds",

@@ -12,9 +12,9 @@ from host import FAKE, Place, main, wait_until
 
 class Batch(Place):
     def tree(self):
-        self.picture("in/a.jpg")
-        self.picture("in/deep er/b.png")
-        self.film("in/c.mov", 1)
+        self.image("in/a.jpg")
+        self.image("in/deep er/b.png")
+        self.video("in/c.mov", 1)
         self.write("in/notes.txt", b"no media")
         os.chmod(self.at("in/deep er"), 0o700)
         os.symlink(self.at("elsewhere"), self.at("in/link"))
@@ -22,16 +22,16 @@ class Batch(Place):
     def test_tree(self):
         self.tree()
         before = self.contents()
-        foreseen = self.run_host("-r", "in", "-o", "out", "-n")
+        predicted = self.run_host("-r", "in", "-o", "out", "-n")
         self.assertEqual(self.contents(), before)
         run = self.run_host("-r", "in", "-o", "out")
         made = {name: facts for name, facts in self.contents().items() if name not in before}
         self.assertEqual(sorted(made), [b"out", b"out/a.jpg", b"out/c.mov", b"out/deep er", b"out/deep er/b.png"])
         self.assertEqual(made[b"out/deep er"][0] & 0o777, 0o700)
-        # The films come after the pictures in time, not in order.
+        # The videos come after the images in time, not in order.
         self.assertEqual([line.split(" -> ")[0] for line in run.out.splitlines()],
                          ["in/a.jpg", "in/c.mov", "in/deep er/b.png"])
-        self.assertEqual(foreseen.out.splitlines()[0].split(",")[0], run.out.splitlines()[0])
+        self.assertEqual(predicted.out.splitlines()[0].split(",")[0], run.out.splitlines()[0])
         self.assertIn("3 files, 2 passed over: ", run.err)
         again = self.run_host("-r", "in", "-o", "out", "--skip-existing")
         self.assertEqual(again.out.count("skipped"), 3)
@@ -44,7 +44,7 @@ class Batch(Place):
 
     def test_lists(self):
         names = [b"a.jpg", b"sub/b \xff\n.jpg"]
-        self.picture("p.jpg", "64x64")
+        self.image("p.jpg", "64x64")
         for name in names:
             self.write(name, self.read("p.jpg"))
         self.run_host("--files-from", "-", "-0", "-o", "out/", "--format", "webp", input=b"\0".join(names))
@@ -57,7 +57,7 @@ class Batch(Place):
 
     def test_collisions(self):
         for name in ("a.jpg", "a-s.jpg", "a.png", "in/a.jpg", "in/b.jpg", "other/a.jpg"):
-            self.picture(name, "64x64")
+            self.image(name, "64x64")
         os.symlink("in", self.at("way"))
         rows = [
             ("a.jpg a.png -o out --format webp", "would both become out/a.webp"),
@@ -80,7 +80,7 @@ class Batch(Place):
                 self.assertIn(said, self.valid(self.run_host(*line.split(" "), "--json", status=2).out)[0]["text"])
 
     def test_side_by_side(self):
-        self.picture("p.png", "64x64")
+        self.image("p.png", "64x64")
         names = [f"{number}.png" for number in range(8)]
         for name in names:
             self.write(name, self.read("p.png"))
@@ -106,7 +106,7 @@ class Batch(Place):
         self.assertEqual(lines[-1]["failed"], 2)
         self.assertTrue(any(line["type"] == "progress" for line in lines))
         self.assertEqual(self.valid(self.run_host("in/a.jpg", "out/a.jpg", "-f", "--json", "-n").out)[-2]["outcome"],
-                         "foreseen")
+                         "predicted")
         self.assertEqual(self.valid(self.run_host("in/a.jpg", "--json", status=2).out)[0]["kind"], "usage")
         run = self.start("in/a.jpg", "new.jpg", "--json", bin=FAKE, env={"FAKE_END": "hang"})
         wait_until(lambda: self.encoders() == 1, "the encoder runs")
@@ -131,7 +131,7 @@ class Batch(Place):
                     self.assertEqual(paths, part)
         # Found in whatever part they are.
         for name in ("a.jpg", "a.png", "in/b.jpg", "other/b.jpg"):
-            self.picture(name, "64x64")
+            self.image(name, "64x64")
         for names, place in (("a.jpg a.png", "--suffix=-x"), ("in/b.jpg other/b.jpg", "-oout")):
             ends = [self.start(*names.split(), place, "--format", "webp", "--shard", f"{part}/7").end()
                     for part in range(1, 8)]
@@ -141,8 +141,8 @@ class Batch(Place):
 
     def test_two_runs_over_one_tree(self):
         results = os.path.join(os.path.dirname(self.path), "result")
-        self.picture(f"{results}.jpg", "8x8")
-        self.picture("p.jpg", "64x64")
+        self.image(f"{results}.jpg", "8x8")
+        self.image("p.jpg", "64x64")
         names = [f"in/{number}.jpg" for number in range(12)]
         for name in names:
             self.write(name, self.read("p.jpg"))

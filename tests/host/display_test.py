@@ -18,12 +18,12 @@ class Display(Place):
         return self.tmux("capture-pane", "-p", "-S", "-100", "-t", "test").rstrip("\n").split("\n")
 
     def test_block(self):
-        self.film("in/a very long name of a film \u4e2d\u6587 that will not fit.mov", 1)
-        self.film("in/b.mov", 1)
-        self.picture("in/c.png", "64x64")
+        self.video("in/a very long name of a video \u4e2d\u6587 that will not fit.mov", 1)
+        self.video("in/b.mov", 1)
+        self.image("in/c.png", "64x64")
         self.results = tempfile.TemporaryDirectory()
         self.addCleanup(self.results.cleanup)
-        self.picture(f"{self.results.name}/result.png", "8x8")
+        self.image(f"{self.results.name}/result.png", "8x8")
         ffmpeg("-i", os.path.join(self.path, "in/b.mov"), "-crf", "51", f"{self.results.name}/result.mov")
         script = "".join(f"out_time_us={n}00000\nprogress=continue\n|200|" for n in range(1, 9)) + "progress=end\n"
         environment = {"TMPDIR": self.temporary, "FAKE_RECORD": self.records, "FAKE_PROGRESS": script,

@@ -7,7 +7,7 @@ import subprocess
 
 from host import REAL, Place, main
 
-# As libjpeg-turbo's, which makes a JPEG of a plain picture only.
+# As libjpeg-turbo's, which makes a JPEG of a plain image only.
 WRONG_CJPEG = 'case $1 in -version) echo libjpeg-turbo version 2;; *) case $5 in *.ppm) touch "$4";; *) exit 1; esac; esac'
 
 

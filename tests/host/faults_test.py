@@ -8,7 +8,7 @@ import time
 from host import FAKE, Place, ffmpeg, main, wait_until
 
 # source and output
-KINDS = [("photo.png", "out.jpg"), ("photo.png", "out.png"), ("photo.png", "out.webp"), ("film.mov", "out.mp4")]
+KINDS = [("photo.png", "out.jpg"), ("photo.png", "out.png"), ("photo.png", "out.webp"), ("video.mov", "out.mp4")]
 ENCODER_FAULTS = [{"FAKE_OUTPUT": "none"}, {"FAKE_OUTPUT": "empty"}, {"FAKE_END": "crash"}, {"FAKE_EXIT": "3"}]
 INTERRUPTS = [[signal.SIGINT], [signal.SIGINT] * 2, [signal.SIGTERM], [signal.SIGHUP], [signal.SIGQUIT], [signal.SIGXFSZ]]
 
@@ -16,8 +16,8 @@ INTERRUPTS = [[signal.SIGINT], [signal.SIGINT] * 2, [signal.SIGTERM], [signal.SI
 class Faults(Place):
     def setUp(self):
         super().setUp()
-        self.picture("photo.png", "64x64")
-        self.film("film.mov")
+        self.image("photo.png", "64x64")
+        self.video("video.mov")
         for _, name in KINDS:
             self.write(name, b"old")
         self.before = self.contents()
@@ -27,8 +27,8 @@ class Faults(Place):
         self.addCleanup(results.cleanup)
         self.result = os.path.join(results.name, "result")
         for suffix in ("jpg", "png", "webp"):
-            self.picture(f"{self.result}.{suffix}", "8x8")
-        ffmpeg("-i", os.path.join(self.path, "film.mov"), "-crf", "51", f"{self.result}.mp4")
+            self.image(f"{self.result}.{suffix}", "8x8")
+        ffmpeg("-i", os.path.join(self.path, "video.mov"), "-crf", "51", f"{self.result}.mp4")
 
     def fake(self, *arguments, env={}, **conditions):
         return self.start(*arguments, bin=FAKE, env={"FAKE_OUTPUT": self.result, **env}, **conditions)
@@ -47,7 +47,7 @@ class Faults(Place):
             whole = self.read(f"{self.result}.{suffix}")
             self.write(f"{cut}.{suffix}", whole[:len(whole) // 2])
         for suffix in ("mp4", "mov"):
-            ffmpeg("-t", "1", "-i", os.path.join(self.path, "film.mov"), "-crf", "51", f"{cut}.{suffix}")
+            ffmpeg("-t", "1", "-i", os.path.join(self.path, "video.mov"), "-crf", "51", f"{cut}.{suffix}")
         for env in [*ENCODER_FAULTS, {"FAKE_OUTPUT": cut}]:
             for source, output in KINDS:
                 for arguments in ((source, output, "-f"), (source, "--in-place")):
@@ -172,7 +172,7 @@ class Faults(Place):
 
     def test_progress_elsewhere_than_on_a_terminal(self):
         told = "out_time_us=300000\nprogress=continue\nout_time_us=600000\nprogress=continue\nprogress=end\n"
-        run = self.fake("film.mov", "out.mp4", "-f", env={"FAKE_PROGRESS": told, "TERM": "xterm"}).end()
+        run = self.fake("video.mov", "out.mp4", "-f", env={"FAKE_PROGRESS": told, "TERM": "xterm"}).end()
         self.assertEqual((run.status, run.err), (0, ""))
 
 

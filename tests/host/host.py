@@ -96,12 +96,12 @@ class Place(unittest.TestCase):
         with open(self.at(name), "rb") as file:
             return file.read()
 
-    def picture(self, name, size="320x240"):
+    def image(self, name, size="320x240"):
         # The best that the format can do; JPEG counts the other way.
         ffmpeg("-f", "lavfi", "-i", f"mandelbrot=s={size}", "-frames:v", "1", "-q:v",
                "1" if name.endswith("jpg") else "100", os.fsdecode(self.at(name)))
 
-    def film(self, name, seconds=2, size="160x120"):
+    def video(self, name, seconds=2, size="160x120"):
         ffmpeg("-f", "lavfi", "-i", f"testsrc2=s={size}:r=25:d={seconds}", "-vf", "noise=alls=20:allf=t", "-c:v",
                "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", os.fsdecode(self.at(name)))
 

@@ -1,9 +1,9 @@
 #include <QTest>
 
-#include "host/Options.h"
-#include "host/report/PathText.h"
-#include "host/report/ResultText.h"
-#include "host/report/SizeText.h"
+#include "host/cli/ParseOptions.h"
+#include "host/output/PathText.h"
+#include "host/output/ResultText.h"
+#include "host/output/SizeText.h"
 #include "host/run/Slots.h"
 #include "host/system/NativePath.h"
 
@@ -48,7 +48,7 @@ void HostPartsTest::figures()
     QCOMPARE(sizeText(999600), u"1.00 MB"_s);
     QCOMPARE(savingText(1000, 337), u"saved 66.3 %"_s);
     QCOMPARE(savingText(1000, 1120), u"12.0 % larger"_s);
-    // Too early to tell, then nothing to divide by, then a film of unknown length.
+    // Too early to tell, then nothing to divide by, then a video of unknown length.
     QCOMPARE(progressText(0.5, 999, 60000), u"50 %"_s);
     QCOMPARE(progressText(0.0, 9000, 60000), u"0 %"_s);
     QCOMPARE(progressText(0.25, 10000, 80000), u"25 %, 2.0x, 0:30 left"_s);
@@ -74,9 +74,9 @@ void HostPartsTest::names()
 
 void HostPartsTest::room()
 {
-    // cores, films side by side, pictures that may pass a waiting film
+    // cores, videos side by side, images that may pass a waiting video
     const int rows[][3] = {{1, 1, 0}, {2, 2, 0}, {4, 2, 0}, {8, 2, 2}, {12, 3, 0}, {64, 2, 20}};
-    for (const auto& [cores, films, passing] : rows) {
+    for (const auto& [cores, videos, passing] : rows) {
         Slots room(cores, 0);
         int begun = 0;
         for (; room.hasRoomFor(true); ++begun)
@@ -84,14 +84,14 @@ void HostPartsTest::room()
         int passed = 0;
         for (; room.mayOvertake(); ++passed)
             room.take(false);
-        QCOMPARE(qMakePair(begun, passed), qMakePair(films, passing));
-        // Pictures alone, as many as the cores bear and as many as are wished.
-        for (const int wished : {0, 3}) {
-            Slots alone(cores, wished);
-            int pictures = 0;
-            for (; alone.hasRoomFor(false); ++pictures)
+        QCOMPARE(qMakePair(begun, passed), qMakePair(videos, passing));
+        // Images alone, as many as the cores bear and as many as are requested.
+        for (const int requested : {0, 3}) {
+            Slots alone(cores, requested);
+            int images = 0;
+            for (; alone.hasRoomFor(false); ++images)
                 alone.take(false);
-            QCOMPARE(pictures, wished > 0 ? wished : cores + 1);
+            QCOMPARE(images, requested > 0 ? requested : cores + 1);
             QVERIFY(!alone.hasRoomFor(true));
         }
     }

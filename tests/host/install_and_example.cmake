@@ -1,5 +1,5 @@
 # Installs the project into a folder of the build tree, builds the example against the installed package alone, and runs
-# both hosts there on a real picture. The README must show the example as it is.
+# both hosts there on a real image. The README must show the example as it is.
 set(prefix "${BUILD}/tests/install test/inställed")
 file(REMOVE_RECURSE "${BUILD}/tests/install test")
 set(photo "${BUILD}/tests/install test/photo.jpg")

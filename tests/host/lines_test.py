@@ -18,34 +18,34 @@ REFUSED = [
     ("photo.png old.jpg old.png", 2, "where do the results go"),
     ("photo.png out.jpg --fast", 2, "fast"),
     ("photo.png out", 2, "needs a suffix"),
-    # Names under which ffmpeg would write raw H.264 into a picture.
+    # Names under which ffmpeg would write raw H.264 into an image.
     ("scan.tiff scan.tiff --force", 2, "jpg, jpeg, png, webp; mp4"),
-    ("film.mp4 out.webm --container", 2, "webm cannot be written"),
-    ("film.mp4 out.ogv", 2, "ogv cannot be written"),
+    ("video.mp4 out.webm --container", 2, "webm cannot be written"),
+    ("video.mp4 out.ogv", 2, "ogv cannot be written"),
     ("photo.png out.jpg -q 101", 2, "0 to 100"),
-    ("film.mp4 out.mp4 -q 52", 2, "0 to 51"),
+    ("video.mp4 out.mp4 -q 52", 2, "0 to 51"),
     ("photo.png out.webp -q 7.5", 2, '"7.5"'),
-    ("film.mp4 out.mp4 --size 0", 2, "1 to 100"),
-    ("film.mp4 out.mp4 --size 50 -q 20", 2, "not both"),
-    ("film.mp4 out.mp4 --scale 3", 2, "1, 2, 4"),
+    ("video.mp4 out.mp4 --size 0", 2, "1 to 100"),
+    ("video.mp4 out.mp4 --size 50 -q 20", 2, "not both"),
+    ("video.mp4 out.mp4 --scale 3", 2, "1, 2, 4"),
     ("photo.png --in-place -o out", 2, "not both"),
-    ("bad.jpg old.jpg -f", 2, "neither a picture nor a film"),
+    ("bad.jpg old.jpg -f", 2, "neither an image nor a video"),
     ("cut.jpg old.webp -f", 1, "is cut"),
     ("bad.mp4 out.mp4 --quiet", 2, "bad.mp4"),
-    ("film.mp4 slow.mp4 --timeout 1 --scale 1 -q 0", 1, "--timeout"),
+    ("video.mp4 slow.mp4 --timeout 1 --scale 1 -q 0", 1, "--timeout"),
     # Told at once, not behind the encode.
-    ("film.mp4 linked.mp4 --force --timeout 1 --scale 1 -q 0", 2, "--break-links"),
+    ("video.mp4 linked.mp4 --force --timeout 1 --scale 1 -q 0", 2, "--break-links"),
 ]
 
 
 class Lines(Place):
     def test_refused(self):
         for name in ("photo.png", "scan.tiff", "linked.png"):
-            self.picture(name)
-        self.film("film.mp4", 20, "640x360")
-        self.write("bad.jpg", b"no picture at all")
-        self.write("bad.mp4", b"no film at all")
-        self.picture("cut.jpg")
+            self.image(name)
+        self.video("video.mp4", 20, "640x360")
+        self.write("bad.jpg", b"no image at all")
+        self.write("bad.mp4", b"no video at all")
+        self.image("cut.jpg")
         self.write("cut.jpg", self.read("cut.jpg")[:-100])
         for name in ("old.jpg", "old.png", "old.webp", "linked.jpg", "linked.mp4"):
             self.write(name, b"old")
@@ -72,12 +72,12 @@ class Lines(Place):
             ("drawing.png", "small.png", "small.png"), ("photo.jpg", "small.webp", "small.webp"),
             ("-f.jpg", "-q.jpg", "-q.jpg"), ("photo.jpg", "./photo.jpg --force", "photo.jpg"),
             ("drawing.png", "--in-place", "drawing.png"), ("photo.webp", "--in-place -q 20", "photo.webp"),
-            ("film.mov", "small.mkv --scale 2", "small.mkv"), ("film.mov", "half.mp4 --size 50%", "half.mp4"),
+            ("video.mov", "small.mkv --scale 2", "small.mkv"), ("video.mov", "half.mp4 --size 50%", "half.mp4"),
             ("photo.jpg", "--suffix=-small --format webp", "photo-small.webp"),
         ]
         for source, rest, made in rows:
             with self.subTest(f"{source} {rest}"):
-                self.film(source) if source.endswith("mov") else self.picture(source)
+                self.video(source) if source.endswith("mov") else self.image(source)
                 os.chmod(self.at(source), 0o640)
                 os.utime(self.at(source), (1000000000, 1000000000))
                 before = self.read(source)
@@ -96,19 +96,19 @@ class Lines(Place):
                     os.remove(self.at(name))
 
     def test_what_would_grow(self):
-        self.picture("photo.jpg")
+        self.image("photo.jpg")
         self.run_host("photo.jpg", "small.jpg", "-q", "20", "--quiet", "--keep-dates")
         run = self.run_host("small.jpg", "same.jpg", "-q", "100", "-v")
         self.assertIn("$ ", run.err, "the command")
         self.assertIn("unchanged", run.out)
         self.assertEqual(self.read("same.jpg"), self.read("small.jpg"))
-        # Of another kind there is no source to fall back on: a picture under its name, larger as it is.
+        # Of another kind there is no source to fall back on: an image under its name, larger as it is.
         ffmpeg("-f", "lavfi", "-i", "color=red:s=64x64", "-frames:v", "1", os.fsdecode(self.at("dot.png")))
         self.assertIn("larger", self.run_host("dot.png", "dot.jpg").out)
         self.assertEqual(self.read("dot.jpg")[:2], b"\xff\xd8")
         self.assertIn("not delivered", self.run_host("dot.png", "dot2.jpg", "--min-savings", "1").out)
-        self.film("film.mp4")
-        self.run_host("film.mp4", "small.mp4", "-q", "45", "--quiet")
+        self.video("video.mp4")
+        self.run_host("video.mp4", "small.mp4", "-q", "45", "--quiet")
         for flags, grows in ([], False), (["--allow-larger"], True):
             self.run_host("small.mp4", "same.mp4", "-f", "-q", "5", *flags)
             self.assertEqual(len(self.read("same.mp4")) > len(self.read("small.mp4")), grows)
@@ -117,7 +117,7 @@ class Lines(Place):
         self.assertEqual(self.read("small.jpg"), before)
 
     def test_names_of_any_bytes(self):
-        self.picture("photo.jpg")
+        self.image("photo.jpg")
         for folder in (b"", b"f\xff/"):
             name = folder + b"\xe9 \n\x1b[31m.jpg"
             self.write(name, self.read("photo.jpg"))

@@ -4,13 +4,13 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "host/media/FilmMetadata.h"
-#include "host/media/FilmProbe.h"
+#include "host/media/ImageMetadata.h"
 #include "host/media/LengthVerdict.h"
 #include "host/media/Losses.h"
-#include "host/media/PictureMetadata.h"
 #include "host/media/SourceFacts.h"
 #include "host/media/SuffixHint.h"
+#include "host/media/VideoMetadata.h"
+#include "host/media/VideoProbe.h"
 #include "tests/support/TestFolder.h"
 
 using namespace Qt::StringLiterals;
@@ -34,11 +34,11 @@ class MediaTest : public QObject
         process.start(QCoreApplication::applicationDirPath() + "/ffmpeg"_L1, arguments);
         return process.waitForFinished() && process.exitCode() == 0;
     }
-    FilmFacts probe(const QString& name) const
+    VideoFacts probe(const QString& name) const
     {
-        FilmProbe probe(path(name));
-        QSignalSpy answers(&probe, &FilmProbe::answered);
-        return answers.wait(20'000) && answers.size() == 1 ? probe.facts() : FilmFacts{};
+        VideoProbe probe(path(name));
+        QSignalSpy answers(&probe, &VideoProbe::answered);
+        return answers.wait(20'000) && answers.size() == 1 ? probe.facts() : VideoFacts{};
     }
 
 private slots:
@@ -57,7 +57,7 @@ private slots:
         mFolder.write(u"photo.jpg"_s, bytes(u"a.jpg"_s).first(2) + QByteArray::fromHex(exif) +
                                           QByteArray::fromHex(profile) + QByteArray(128, 'p') +
                                           bytes(u"a.jpg"_s).sliced(2));
-        mFolder.write(u"more.jpg"_s, bytes(u"photo.jpg"_s) + QByteArray(99'999, '\xFF') + "film");
+        mFolder.write(u"more.jpg"_s, bytes(u"photo.jpg"_s) + QByteArray(99'999, '\xFF') + "video");
         mFolder.write(u"preview.jpg"_s, bytes(u"photo.jpg"_s).first(42)); // cut in it
     }
 
@@ -80,8 +80,8 @@ private slots:
             QCOMPARE(facts.name + (facts.damage.isEmpty() ? ""_L1 : "?"_L1), row[1]);
             const QString suffix = row[2].section(u':', 0, 0);
             QCOMPARE(suffix + u':' + trueSuffix(facts, suffix), row[2]);
-            QCOMPARE(facts.picture.orientation, isJpeg ? 6 : 1);
-            QCOMPARE(facts.picture.hasIccProfile, isJpeg && facts.damage.isEmpty());
+            QCOMPARE(facts.image.orientation, isJpeg ? 6 : 1);
+            QCOMPARE(facts.image.hasIccProfile, isJpeg && facts.damage.isEmpty());
             mFolder.write(u"half"_s, bytes(row[0]).first(qMin(bytes(row[0]).size() / 2, 900)));
             QVERIFY2(inspect(u"half"_s).damage.isEmpty() == row[3].isEmpty(), qPrintable(file));
         }
@@ -90,7 +90,7 @@ private slots:
     void notMediaIsRefusedAtOnce()
     {
         QVERIFY(QFile(mFolder.write(u"zeros.vob"_s, {})).resize(qint64(3) << 30));
-        mFolder.write(u"text.jpg"_s, "A story, not a picture.");
+        mFolder.write(u"text.jpg"_s, "A story, not an image.");
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(inspect(u"zeros.vob"_s).kind, MediaKind::Unknown);
@@ -114,48 +114,48 @@ private slots:
         for (const auto& name : {u"turned.webp"_s, u"a.jpg"_s, u"a.png"_s, u"alpha.webp"_s}) {
             const QByteArray before = bytes(name);
             QVERIFY(ffmpeg(u"-noautorotate -i %1 -f rawvideo pixels"_s.arg(name)));
-            QVERIFY(!pictureLosses(source, inspect(name)).isEmpty());
-            QVERIFY(!copyPictureMetadata(path(u"text.jpg"_s), path(name)).isEmpty());
+            QVERIFY(!imageLosses(source, inspect(name)).isEmpty());
+            QVERIFY(!copyImageMetadata(path(u"text.jpg"_s), path(name)).isEmpty());
             QCOMPARE(bytes(name), before);
-            QCOMPARE(copyPictureMetadata(path(u"photo.jpg"_s), path(name)), QString());
-            QCOMPARE(inspect(name).picture.orientation, name == "turned.webp"_L1 ? 1 : 6);
-            QCOMPARE(pictureLosses(source, inspect(name)).size(), 0);
+            QCOMPARE(copyImageMetadata(path(u"photo.jpg"_s), path(name)), QString());
+            QCOMPARE(inspect(name).image.orientation, name == "turned.webp"_L1 ? 1 : 6);
+            QCOMPARE(imageLosses(source, inspect(name)).size(), 0);
             QVERIFY(ffmpeg(u"-noautorotate -i %1 -f rawvideo after"_s.arg(name)));
             QCOMPARE(bytes(u"after"_s), bytes(u"pixels"_s));
             QCOMPARE(bytes(u"photo.jpg"_s), sourceBytes);
         }
     }
 
-    // The film, the seconds taken of it, the LengthVerdict, the losses.
-    void filmsAreCompared()
+    // The video, the seconds taken of it, the LengthVerdict, the losses.
+    void videosAreCompared()
     {
-        const QString films = QStringLiteral(
+        const QString videos = QStringLiteral(
             "subs-mixed.mkv|99|0|audio-tracks subtitles;truncated-moov-first.mp4|99|2|;"
             "vob.vob|2|1|audio-tracks;vob-chain.vob|99|1|audio-tracks;cover-after.mp4|3|2|cover");
-        for (const QString& film : films.split(u';')) {
-            const QStringList row = film.split(u'|');
-            QVERIFY(ffmpeg(u"-i media/%1 -map 0:v:0 -map 0:a:0 -t %2 film.mp4"_s.arg(row[0], row[1])));
-            const FilmFacts before = probe(u"media/"_s + row[0]);
-            const FilmFacts after = probe(u"film.mp4"_s);
-            QVERIFY2(lengthVerdict(before, after).kind == row[2].toInt(), qPrintable(film));
+        for (const QString& video : videos.split(u';')) {
+            const QStringList row = video.split(u'|');
+            QVERIFY(ffmpeg(u"-i media/%1 -map 0:v:0 -map 0:a:0 -t %2 video.mp4"_s.arg(row[0], row[1])));
+            const VideoFacts before = probe(u"media/"_s + row[0]);
+            const VideoFacts after = probe(u"video.mp4"_s);
+            QVERIFY2(lengthVerdict(before, after).kind == row[2].toInt(), qPrintable(video));
             QStringList losses;
-            for (const Loss& loss : filmLosses(before, after))
+            for (const Loss& loss : videoLosses(before, after))
                 losses.append(loss.id);
             QCOMPARE(losses.join(u' '), row[3]);
         }
     }
 
-    void filmMetadataComesBack()
+    void videoMetadataComesBack()
     {
         QVERIFY(ffmpeg(u"-i media/mp4-moov-last.mp4 -c copy -metadata creation_time=2018-05-06T07:08:09Z "
                        "-metadata com.camera.Make=Acme -movflags use_metadata_tags camera.mov"_s));
         QVERIFY(ffmpeg(u"-i camera.mov small.mp4"_s));
-        const FilmFacts source = probe(u"camera.mov"_s);
-        const FilmFacts result = probe(u"small.mp4"_s);
-        QCOMPARE(missingFilmMetadata(source, result, u"MP4"_s).size(), 2);
-        QVERIFY(run(filmMetadataArguments(source, result, path(u"camera.mov"_s), path(u"small.mp4"_s),
-                                          path(u"full.mp4"_s))));
-        QCOMPARE(missingFilmMetadata(source, probe(u"full.mp4"_s), u"mp4"_s), QStringList());
+        const VideoFacts source = probe(u"camera.mov"_s);
+        const VideoFacts result = probe(u"small.mp4"_s);
+        QCOMPARE(missingVideoMetadata(source, result, u"MP4"_s).size(), 2);
+        QVERIFY(run(videoMetadataArguments(source, result, path(u"camera.mov"_s), path(u"small.mp4"_s),
+                                           path(u"full.mp4"_s))));
+        QCOMPARE(missingVideoMetadata(source, probe(u"full.mp4"_s), u"mp4"_s), QStringList());
         QCOMPARE(lengthVerdict(source, probe(u"full.mp4"_s)).kind, LengthVerdict::Whole);
     }
 };

@@ -36,7 +36,7 @@ class SearchTest : public QObject
     Q_OBJECT
 
 private slots:
-    // A size for pictures (s) and films of a million bytes (S), or a likeness for both (l, L); the model; the
+    // A size for images (s) and videos of a million bytes (S), or an SSIM for both (l, L); the model; the
     // least and the largest size that may be found, -1 for nothing; in how many trials.
     void settingsAreFound()
     {
@@ -55,17 +55,17 @@ private slots:
         for (const QString& row : rows.split(u'|')) {
             const QStringList words = row.split(u' ');
             const qint64 goal = SizeGoal::parse(words[1]).value_or(SizeGoal::ofBytes(1)).bytesFor(1000000);
-            const bool isPicture = words[0] == words[0].toLower();
-            std::unique_ptr<SettingSearch> way(new PictureSizeSearch(goal, 75));
+            const bool isImage = words[0] == words[0].toLower();
+            std::unique_ptr<SettingSearch> way(new ImageSizeSearch(goal, 75));
             if (words[0] == u"S")
-                way.reset(new FilmSizeSearch(goal, 1000000));
+                way.reset(new VideoSizeSearch(goal, 1000000));
             else if (words[0] != u"s")
-                way.reset(new SsimSearch(words[1].toDouble(), isPicture ? 60 : 28,
-                                         isPicture ? QualityScale::picture() : QualityScale::film()));
+                way.reset(new SsimSearch(words[1].toDouble(), isImage ? 60 : 28,
+                                         isImage ? QualityScale::image() : QualityScale::video()));
             QList<Trial> trials;
             while (const auto setting = way->next(trials))
                 trials.append({*setting, qint64(models[words[2]](*setting)),
-                               0.995 - (isPicture ? 100 - *setting : *setting) * 0.0019});
+                               0.995 - (isImage ? 100 - *setting : *setting) * 0.0019});
             const Trial best = trials[way->best(trials)];
             const double found = way->fits(best) ? double(best.bytes) : -1;
             QVERIFY2(found >= words[3].toDouble() && found <= words[4].toDouble() &&
@@ -86,17 +86,17 @@ private slots:
             {[](double q) { return q > 70 ? 900.0 : 0.0; }, true, GoalOutcome::Stopped}};
         for (const auto& [bytes, copyCounts, kind] : rows) {
             const TestFolder folder;
-            const GoalWish wish{folder.write(u"source.jpg"_s, QByteArray(1000, 's')),
-                                u"jpg"_s,
-                                {},
-                                false,
-                                75,
-                                copyCounts,
-                                SizeGoal::parse(u"500"_s),
-                                {}};
+            const SearchTarget target{folder.write(u"source.jpg"_s, QByteArray(1000, 's')),
+                                      u"jpg"_s,
+                                      {},
+                                      false,
+                                      75,
+                                      copyCounts,
+                                      SizeGoal::parse(u"500"_s),
+                                      {}};
             int names = 0;
             GoalSearch search(
-                wish,
+                target,
                 [model = bytes](const auto& request) { return std::make_unique<FakeRun>(request, model); },
                 [&](const QString&) { return folder.path(u"tmp/%1.jpg"_s.arg(++names)); });
             QSignalSpy ends(&search, &GoalSearch::ended);
@@ -112,17 +112,17 @@ private slots:
         }
     }
 
-    // Film or picture, the containers of source and result, the options that make each; the least and highest
-    // likeness.
-    void likenessIsMeasured()
+    // Video or image, the containers of source and result, the options that make each; the least and highest
+    // SSIM.
+    void ssimIsMeasured()
     {
         if (const char* const reason =
                 TestSystem::reasonAgainstFfmpeg({u"nut"_s, u"life"_s, u"lutrgb"_s, u"colorchannelmixer"_s}))
             QSKIP(reason);
         const QTemporaryDir folder;
-        const QString film =
+        const QString video =
             u"-f lavfi -i life=s=96x64:seed=3:mold=10 -f lavfi -i sine -t 1 -qp 0 -pix_fmt yuv420p "_s;
-        const QString picture = u"-f lavfi -i testsrc2=s=64x64 -frames:v 1 -vf format=rgba,"_s;
+        const QString image = u"-f lavfi -i testsrc2=s=64x64 -frames:v 1 -vf format=rgba,"_s;
         const QString rows =
             u"f|mp4|mp4||-c copy|1|1;f|mp4|mp4||-crf 51|0|0.8;f|mp4|avi||-crf 10 -vf scale=48:32|0.9|1;"
             "f|mp4|mkv|-metadata:s:v rotate=90|-crf 10|0.9|0.9999;"
@@ -132,17 +132,17 @@ private slots:
             "p|png|png|colorchannelmixer=aa=0.5|-vf colorchannelmixer=aa=0.2|0|0.9"_s;
         for (const QString& row : rows.split(u';')) {
             const QStringList words = row.split(u'|');
-            const bool isFilm = words[0] == u"f";
+            const bool isVideo = words[0] == u"f";
             const QString source = folder.filePath(u"source."_s + words[1]),
                           result = folder.filePath(u"result."_s + words[2]);
-            for (const QString& line : {(isFilm ? film : picture) + words[3] + u' ' + source,
+            for (const QString& line : {(isVideo ? video : image) + words[3] + u' ' + source,
                                         u"-i "_s + source + u' ' + words[4] + u' ' + result})
                 QCOMPARE(QProcess::execute(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s,
                                            (u"-v error -y "_s + line).split(u' ', Qt::SkipEmptyParts)),
                          0);
             SsimProbe probe;
             QSignalSpy ended(&probe, &SsimProbe::ended);
-            probe.start(result, source, isFilm ? SsimProbe::Kind::Film : SsimProbe::Kind::Picture);
+            probe.start(result, source, isVideo ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
             QVERIFY(ended.wait(60000));
             const double ssim = ended[0][0].toDouble();
             QVERIFY2(ssim >= words[5].toDouble() && ssim <= words[6].toDouble(),

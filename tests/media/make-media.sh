@@ -1,7 +1,7 @@
 #!/bin/sh
 # Makes every source of the tests with ffmpeg's own generators: make-media.sh OUTDIR
 #
-# Unless said otherwise a source has 4 s of 320x240 at 25 pictures a second in H.264, and one AAC sound.
+# Unless said otherwise a source has 4 s of 320x240 at 25 images a second in H.264, and one AAC sound.
 # Does nothing when OUTDIR is up to date with this folder and with ffmpeg. Several may run at once on one OUTDIR:
 # one makes the files, the others wait; a file appears whole.
 # shellcheck disable=SC2086 # the codec texts are lists of words
@@ -19,26 +19,26 @@ mkdir "$work"
 cd "$work"
 
 run() { ffmpeg -v error -nostdin -y "$@"; }
-# picture SIZE SECONDS and sound SECONDS [FREQUENCY] are generators for -i.
-picture() { printf 'testsrc2=s=%s:r=25:d=%s' "$1" "$2"; }
+# image SIZE SECONDS and sound SECONDS [FREQUENCY] are generators for -i.
+image() { printf 'testsrc2=s=%s:r=25:d=%s' "$1" "$2"; }
 sound() { printf 'sine=%s:r=48000:d=%s' "${2:-440}" "$1"; }
 h264='-c:v libx264 -preset ultrafast -pix_fmt yuv420p'
 aac='-c:a aac -b:a 96k'
 
-# The film that many others are made of.
-run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" $h264 $aac film.mp4
-film=film.mp4
+# The video that many others are made of.
+run -f lavfi -i "$(image 320x240 4)" -f lavfi -i "$(sound 4)" $h264 $aac video.mp4
+video=video.mp4
 
 # The index in front, behind, in pieces; the display matrix turned by 90 degrees clockwise
-run -i $film -c copy mp4-moov-last.mp4
-run -i $film -c copy -movflags +faststart mp4-moov-first.mp4
-run -i $film -c copy -movflags +frag_keyframe+empty_moov mp4-fragmented.mp4
-run -display_rotation 270 -i $film -c copy rotate-90.mp4 2>&- || # before FFmpeg 6:
-    run -i $film -c copy -metadata:s:v rotate=90 rotate-90.mp4
+run -i $video -c copy mp4-moov-last.mp4
+run -i $video -c copy -movflags +faststart mp4-moov-first.mp4
+run -i $video -c copy -movflags +frag_keyframe+empty_moov mp4-fragmented.mp4
+run -display_rotation 270 -i $video -c copy rotate-90.mp4 2>&- || # before FFmpeg 6:
+    run -i $video -c copy -metadata:s:v rotate=90 rotate-90.mp4
 
-# A cover after and before the film, which is shorter than its sound; with sound alone
-run -f lavfi -i "$(picture 128x128 0.04)" -frames:v 1 cover.png
-run -i $film -f lavfi -i "$(sound 6)" -i cover.png -map 0:v -map 1 -map 2 -c copy $aac \
+# A cover after and before the video, which is shorter than its sound; with sound alone
+run -f lavfi -i "$(image 128x128 0.04)" -frames:v 1 cover.png
+run -i $video -f lavfi -i "$(sound 6)" -i cover.png -map 0:v -map 1 -map 2 -c copy $aac \
     -disposition:v:1 attached_pic cover-after.mp4
 # Its box of user data, with the cover, moves in front of the tracks; the media data lies before both.
 python3 - <<'PYTHON'
@@ -54,24 +54,24 @@ rm cover.png
 
 # AAC with a BPS tag beside Vorbis; subtitles: one SubRip, one PGS, and both beside two sounds
 printf '1\n00:00:00,500 --> 00:00:01,500\nOne line\n\n2\n00:00:02,000 --> 00:00:03,500\nTwo\nlines\n' >text.srt
-run -i $film -f lavfi -i "$(sound 4 880)" -map 0 -map 1 -c copy -c:a:1 libvorbis \
+run -i $video -f lavfi -i "$(sound 4 880)" -map 0 -map 1 -c copy -c:a:1 libvorbis \
     -metadata:s:a:0 BPS=96123 -metadata:s:a:0 language=eng -metadata:s:a:1 language=deu two-audio.mkv
-run -i $film -i text.srt -map 0 -map 1 -c copy subs-one.mkv
+run -i $video -i text.srt -map 0 -map 1 -c copy subs-one.mkv
 LC_ALL=C sed 's|S_TEXT/UTF8|S_HDMV/PGS\x00|' subs-one.mkv >subs-bitmap.mkv
 run -i two-audio.mkv -i text.srt -i text.srt -map 0 -map 1 -map 2 -c copy subs-mixed.mkv
 LC_ALL=C sed -i '0,/S_TEXT\/UTF8/s|S_TEXT/UTF8|S_HDMV/PGS\x00|' subs-mixed.mkv
 rm text.srt
 
-# Windows Media: three pictures beside 5 s of sound, and a film
-run -f lavfi -i "$(picture 320x240 0.12)" -f lavfi -i "$(sound 5)" -c:v wmv2 -c:a wmav2 -f asf wmv-3.wmv
-run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" -c:v wmv2 -c:a wmav2 -f asf wmv-many.wmv
+# Windows Media: three images beside 5 s of sound, and a video
+run -f lavfi -i "$(image 320x240 0.12)" -f lavfi -i "$(sound 5)" -c:v wmv2 -c:a wmav2 -f asf wmv-3.wmv
+run -f lavfi -i "$(image 320x240 4)" -f lavfi -i "$(sound 4)" -c:v wmv2 -c:a wmav2 -f asf wmv-many.wmv
 
-# Other containers; packets without a presentation timestamp (pictures between others); no known duration
-run -i $film -c copy ts.ts
-run -i $film -c copy flv.flv
-run -f lavfi -i "$(picture 320x240 4)" -f lavfi -i "$(sound 4)" -c:v mpeg4 -bf 2 -c:a libmp3lame -b:a 128k avi.avi
-run -i $film -an -c copy -f h264 raw.h264
-run -i $film -c copy -f matroska - | cat >live.mkv
+# Other containers; packets without a presentation timestamp (images between others); no known duration
+run -i $video -c copy ts.ts
+run -i $video -c copy flv.flv
+run -f lavfi -i "$(image 320x240 4)" -f lavfi -i "$(sound 4)" -c:v mpeg4 -bf 2 -c:a libmp3lame -b:a 128k avi.avi
+run -i $video -an -c copy -f h264 raw.h264
+run -i $video -c copy -f matroska - | cat >live.mkv
 
 # A program stream of constant bitrate with two sounds; it begins late. Two joined: the timestamps fall back.
 vob() {
@@ -83,13 +83,13 @@ vob 6 vob.vob 100
 vob 8 vob-second.vob 0
 cat vob.vob vob-second.vob >vob-chain.vob
 
-# Sizes: large; odd in both directions (4:4:4); wide pixels. One kind of stream. Pictures
-run -f lavfi -i "$(picture 1920x1080 3)" -f lavfi -i "$(sound 3)" $h264 $aac hd-1080.mp4
-run -f lavfi -i "$(picture 482x720 3),format=yuv444p,crop=481:719" -f lavfi -i "$(sound 3)" \
+# Sizes: large; odd in both directions (4:4:4); wide pixels. One kind of stream. Images
+run -f lavfi -i "$(image 1920x1080 3)" -f lavfi -i "$(sound 3)" $h264 $aac hd-1080.mp4
+run -f lavfi -i "$(image 482x720 3),format=yuv444p,crop=481:719" -f lavfi -i "$(sound 3)" \
     $h264 -pix_fmt yuv444p $aac odd-481x719.mp4
-run -f lavfi -i "$(picture 1440x1080 3)" -vf setsar=4/3 $h264 sar-4-3.mp4
-run -i $film -an -c copy video-only.mp4
-run -i $film -vn -c copy sound-only.m4a
+run -f lavfi -i "$(image 1440x1080 3)" -vf setsar=4/3 $h264 sar-4-3.mp4
+run -i $video -an -c copy video-only.mp4
+run -i $video -vn -c copy sound-only.m4a
 run -f lavfi -i "testsrc2=s=320x240,noise=alls=20" -frames:v 1 photo.png
 run -i photo.png -q:v 1 photo.jpg
 run -i photo.png -q:v 31 photo-poor.jpg
@@ -104,7 +104,7 @@ head -c 200000 mp4-moov-last.mp4 >truncated.mp4
 LC_ALL=C tr '\000-\377' '\200-\377\000-\177' <truncated.mp4 >garbage.mp4
 : >empty.mp4
 
-rm $film
+rm $video
 mv -f ./* "$out/"
 cd "$out"
 rmdir "$work"

@@ -44,14 +44,14 @@ const Kind kKinds[KindCount] = {
     {"jpg", "jpg", "cJpeg", false},
     {"png", "png", "pngquant", false},
     {"webp", "webp", "ffmpeg", true},
-    {"film", "mp4", "ffmpeg", true, true},
+    {"video", "mp4", "ffmpeg", true, true},
     {"size", "mp4", "ffmpeg", true, true, true},
     {"sample", "mp4", "ffmpeg", true, true, false, true},
 };
 
 Finish Kind::told(int code) const
 {
-    const QString failure = !isFilm                        ? u"fail"_s
+    const QString failure = !isVideo                       ? u"fail"_s
                             : code == FinishCode::kRefused ? u" Check the parameters please "_s
                             : code == FinishCode::kStopped ? u"Process Abort"_s
                                                            : u"Unknown mistake"_s;
@@ -98,7 +98,7 @@ void TaskTest::eachKind(const QList<const char*>& cases, int first, int last)
     QTest::addColumn<QByteArray>("testCase");
     for (int kind = first; kind <= last; ++kind) {
         for (const char* name : cases) {
-            if (kKinds[kind].isFilm || !strstr(name, "film"))
+            if (kKinds[kind].isVideo || !strstr(name, "video"))
                 QTest::addRow("%s: %s", kKinds[kind].name, name) << kind << QByteArray(name);
         }
     }
@@ -112,7 +112,7 @@ void TaskTest::eachKindOf(const char* table)
         for (int kind = 0; kind < KindCount; ++kind) {
             const QStringList kinds = row[1].split(u' ');
             if (kinds.contains(u"all") || kinds.contains(QLatin1String(kKinds[kind].name)) ||
-                (kKinds[kind].isFilm && kinds.contains(u"films")))
+                (kKinds[kind].isVideo && kinds.contains(u"videos")))
                 QTest::addRow("%s: %s", kKinds[kind].name, qUtf8Printable(row[0])) << kind << row;
         }
     }

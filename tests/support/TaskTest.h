@@ -22,14 +22,14 @@ struct Kind
     const char* suffix;
     const char* tool;
     bool isDirect; ///< the encoder writes the output path itself; else the task does, from a copy
-    bool isFilm = false;
+    bool isVideo = false;
     bool isPercentage = false;
     bool isSample = false;
 
     /// What the host is told with a code, unless the input is said to be corrupt.
     Finish told(int code) const;
 };
-constexpr int Jpg = 0, Png = 1, Webp = 2, Film = 3, Size = 4, Sample = 5, KindCount = 6;
+constexpr int Jpg = 0, Png = 1, Webp = 2, Video = 3, Size = 4, Sample = 5, KindCount = 6;
 extern const Kind kKinds[KindCount];
 
 /// A task as a host has it, made through CompressorEntry(), and the finishes and progress it has told. It belongs
@@ -81,8 +81,8 @@ protected:
     static const QByteArray kResult; ///< what an encoder makes of it, until told otherwise
     static const QByteArray kOld;    ///< what was at the output path before
 
-    /// Rows of a data function: each kind with each of the cases, named after both. A case with "film" in it is for
-    /// films only.
+    /// Rows of a data function: each kind with each of the cases, named after both. A case with "video" in it is for
+    /// videos only.
     static void eachKind(const QList<const char*>& cases = {""}, int first = Jpg, int last = Sample);
     /// The rows of a table with each of the kinds that the second cell names.
     static void eachKindOf(const char* table);

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // A source and its output, and what ffmpeg has to have for that.
-const char kPictures[] = R"(
+const char kImages[] = R"(
 jpg from jpg | photo.jpg | o.jpg  |
 jpg from png | photo.png | o.jpeg |
 png          | photo.png | o.png  |
@@ -19,14 +19,14 @@ webp         | photo.png | o.webp | libwebp
 
 // The way to run it, a source and its container, the streams, sizes and seconds of the result, none of a failure; what
 // ffmpeg has to have for that.
-const char kFilms[] = R"(
-odd sides, four full planes  | film   | odd-481x719.mp4  | mkv | va 484x720 3 s  |
-turned twice or not at all   | film   | rotate-90.mp4    | mp4 | va 240x320 4 s  |
-the cover is encoded         | film   | cover-before.mp4 | mp4 | va 320x240 6 s  |
-subtitles are lost           | film   | subs-one.mkv     | mp4 | vas 320x240 4 s | mov_text
-no known duration            | film   | live.mkv         | avi | va 320x240 4 s  | libmp3lame
-no picture                   | film   | sound-only.m4a   | mov | a 4 s           |
-garbage                      | film   | garbage.mp4      | mp4 |                 |
+const char kVideos[] = R"(
+odd sides, four full planes  | video   | odd-481x719.mp4  | mkv | va 484x720 3 s  |
+turned twice or not at all   | video   | rotate-90.mp4    | mp4 | va 240x320 4 s  |
+the cover is encoded         | video   | cover-before.mp4 | mp4 | va 320x240 6 s  |
+subtitles are lost           | video   | subs-one.mkv     | mp4 | vas 320x240 4 s | mov_text
+no known duration            | video   | live.mkv         | avi | va 320x240 4 s  | libmp3lame
+no image                   | video   | sound-only.m4a   | mov | a 4 s           |
+garbage                      | video   | garbage.mp4      | mp4 |                 |
 one of two sounds            | size   | two-audio.mkv    | mkv | vaa 320x240 4 s |
 a sample is scaled           | sample | sar-4-3.mp4      | mp4 | v 1440x1080 3 s |
 )";
@@ -47,8 +47,8 @@ class RealEncodersTest : public TaskTest
 
 private slots:
     // The quality counts: less of it makes a smaller file.
-    void pictures_data() { addRows(kPictures); }
-    void pictures()
+    void images_data() { addRows(kImages); }
+    void images()
     {
         if (const char* const reason = TestSystem::reasonAgainstFfmpeg({cells()[3]}))
             QSKIP(reason);
@@ -64,7 +64,7 @@ private slots:
         }
     }
 
-    void pictureGrows()
+    void imageGrows()
     {
         for (const QString& name : {u"out.jpg"_s, u"out.webp"_s}) {
             const char* const reason = TestSystem::reasonAgainstFfmpeg({u"libwebp"_s});
@@ -77,8 +77,8 @@ private slots:
         }
     }
 
-    void pictureIsCorrupt_data() { eachKind({""}, Jpg, Webp); }
-    void pictureIsCorrupt()
+    void imageIsCorrupt_data() { eachKind({""}, Jpg, Webp); }
+    void imageIsCorrupt()
     {
         TaskProbe probe(kind(), media("garbage.mp4"), output());
         QVERIFY(probe.run());
@@ -88,8 +88,8 @@ private slots:
         QVERIFY(!QFile::exists(output()));
     }
 
-    void films_data() { eachKindOf(kFilms); }
-    void films()
+    void videos_data() { eachKindOf(kVideos); }
+    void videos()
     {
         if (const char* const reason = TestSystem::reasonAgainstFfmpeg({cells()[5]}))
             QSKIP(reason);

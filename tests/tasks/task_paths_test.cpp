@@ -31,7 +31,7 @@ what is before a colon is a protocol   | jpg png webp     | a:b                 
 a lone surrogate throws                | jpg png webp     | a^                   | no
 a dash is an option                    | all              | -dash                | no
 a pattern counts                       | jpg png webp     | a%03d                | no
-a film's name is a pattern             | film size sample | a%03d                | yes
+a video's name is a pattern             | video size sample | a%03d                | yes
 a pattern in a folder's name counts    | webp             | f%2d/a               | no
 what is no pattern gives way           | all              | 100%_%s%%            | yes
 no room for a draft's name             | all              | NNNNN                | yes
@@ -84,7 +84,7 @@ private slots:
         const QString back = QDir::currentPath();
         QVERIFY(QDir::setCurrent(folder->path()) && QDir().mkpath(QFileInfo(name).path()));
         const auto leave = qScopeGuard([&] { QDir::setCurrent(back); });
-        const QString input = name + (kind().isFilm ? u".in"_s : u".bmp"_s);
+        const QString input = name + (kind().isVideo ? u".in"_s : u".bmp"_s);
         folder->write(input, kSource);
         folder->write(withSuffix(name), kOld);
         const QStringList before = folder->leftovers(QString());
@@ -102,7 +102,7 @@ private slots:
         QVERIFY(folder->leftovers(QString()).size() <= before.size());
     }
 
-    // Pictures replace their source when they are smaller. Where the encoder would write the source itself it must
+    // Images replace their source when they are smaller. Where the encoder would write the source itself it must
     // not: the run fails, and no encoder starts. A source that stays is not even written again with its own content,
     // which would lose its time.
     void inPlace_data() { eachKind({"same name", "other spelling", "symbolic link", "hard link"}); }

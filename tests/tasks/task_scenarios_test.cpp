@@ -25,50 +25,50 @@ using namespace Qt::StringLiterals;
 // the encoder wrote last; "source"; "none". A first step "everywhere" repeats the row over an old file and over a link.
 const char kScenarios[] = R"(
 as large as the source counts as larger       | all          | everywhere out=+0 run             | 0         | out
-a larger picture replaces the source          | jpg png webp | everywhere out=+1 run             | 0:no      | source
-a warning lets a larger picture through       | jpg png webp | everywhere out=+1 exit=4 run      | 4:no      | source
-a larger film is lost                         | films        | everywhere out=+1 run             | 0         | out
-corrupt input counts before larger picture    | jpg          | everywhere out=+1 exit=1 run      | 1:no      | source
-a corrupt input's picture is delivered        | jpg          | everywhere out=half exit=1 run    | 1:corrupt | old
-a corrupt input's picture is delivered        | png          | everywhere out=half exit=25 run   | 1:corrupt | old
+a larger image replaces the source          | jpg png webp | everywhere out=+1 run             | 0:no      | source
+a warning lets a larger image through       | jpg png webp | everywhere out=+1 exit=4 run      | 4:no      | source
+a larger video is lost                         | videos        | everywhere out=+1 run             | 0         | out
+corrupt input counts before larger image    | jpg          | everywhere out=+1 exit=1 run      | 1:no      | source
+a corrupt input's image is delivered        | jpg          | everywhere out=half exit=1 run    | 1:corrupt | old
+a corrupt input's image is delivered        | png          | everywhere out=half exit=25 run   | 1:corrupt | old
 a corrupt input is missed beside an empty one | jpg          | everywhere out=empty exit=1 run   | 1:corrupt | old
 another encoder's code means corrupt          | jpg          | everywhere out=half exit=25 run   | 25        | out
 another encoder's code means corrupt          | png          | everywhere out=half exit=1 run    | 1         | out
 a failure without output goes on              | jpg png      | everywhere out=none exit=99 run   | 2         | old
 an empty file is a result                     | jpg png      | everywhere out=empty run          | 2         | old
 exit code 9 is a kill                         | jpg png      | everywhere out=half exit=9 run    | 9         | out
-exit code 9 is a kill                         | webp films   | everywhere out=half exit=9 run    | 9         | none
-a failure leaves half an output               | webp films   | everywhere out=half exit=1 run    | 1         | none
-a failure leaves the old output               | webp films   | everywhere out=none exit=1 run    | 1         | none
-a crash delivers half a picture               | jpg png      | everywhere out=half end=crash run | crash     | old
-a crash leaves half an output                 | webp films   | everywhere out=half end=crash run | crash     | none
+exit code 9 is a kill                         | webp videos   | everywhere out=half exit=9 run    | 9         | none
+a failure leaves half an output               | webp videos   | everywhere out=half exit=1 run    | 1         | none
+a failure leaves the old output               | webp videos   | everywhere out=none exit=1 run    | 1         | none
+a crash delivers half an image               | jpg png      | everywhere out=half end=crash run | crash     | old
+a crash leaves half an output                 | webp videos   | everywhere out=half end=crash run | crash     | none
 a crash at once has a result                  | jpg png      | everywhere out=none end=crash run | 2         | old
 a crash after growing delivers the source     | jpg png      | everywhere out=+1 end=crash run   | crash     | old
 a crash after growing delivers the source     | webp         | everywhere out=+1 end=crash run   | crash:no  | none
 killed from outside                           | all          | old end=hang begin written kill=9  | stopped  | gone
 ended from outside                            | all          | old end=hang begin written kill=15 | 15       | gone
 a hangup counts as corrupt input              | jpg          | old end=hang begin written kill=1  | 1:no     | old
-a kill that looks like a success              | films        | silent-kill old progress=500 begin ends | stopped   | gone
+a kill that looks like a success              | videos        | silent-kill old progress=500 begin ends | stopped   | gone
 
 the output is a folder              | all          | output=folder run                   | 2/1       | none
 the output is a folder, and larger  | all          | output=folder out=+1 run            | 2/1       | none
 the output's folder is missing      | all          | output=missing/out run              | 2/1       | none
-the input is missing                | jpg png films | old input=missing out=none exit=0/1 run | 2/1   | gone
-the input is empty                  | jpg png films | old input=empty out=none exit=0/1 run   | 2/1   | gone
-the input is a folder               | jpg png films | old input=folder out=none exit=0/1 run  | 2/1   | gone
-there is no input path              | jpg png films | old input= out=none exit=0/1 run        | 2/1   | gone
+the input is missing                | jpg png videos | old input=missing out=none exit=0/1 run | 2/1   | gone
+the input is empty                  | jpg png videos | old input=empty out=none exit=0/1 run   | 2/1   | gone
+the input is a folder               | jpg png videos | old input=folder out=none exit=0/1 run  | 2/1   | gone
+there is no input path              | jpg png videos | old input= out=none exit=0/1 run        | 2/1   | gone
 the input is a pipe that nobody writes | jpg png   | old input=pipe out=none run         | 2         | old
-the input is a pipe that nobody writes | webp films | old input=pipe run                 | 1         | old
-the output cannot be told from the source | webp films | old untellable run               | 1         | old
+the input is a pipe that nobody writes | webp videos | old input=pipe run                 | 1         | old
+the output cannot be told from the source | webp videos | old untellable run               | 1         | old
 a result without a source           | jpg png      | old input=missing out=+1 exit=0 run | 2?1:corrupt | old
 the source vanishes under an encoder | webp        | out=+1 end=hang begin written vanish open ends | 2 | none
 full when the source is copied      | jpg png      | old limit=4000 run limit=           | 2?1:corrupt | old
 full when the result is delivered   | jpg png      | old begin limit=100 ends limit=     | 2         | old
-full, and the encoder doesn't tell  | webp films   | old limit=4000 run limit=           | 1         | none
+full, and the encoder doesn't tell  | webp videos   | old limit=4000 run limit=           | 1         | none
 no workspace can be made            | jpg png      | old tmp=file run tmp=               | 2?1:corrupt | old
 
 a stop at once                          | all   | old end=hang begin stop stop                | stopped?2/stopped | gone
-a stop before there is an output waits  | films | delay=60000 begin started stop told=0       | stopped   | none
+a stop before there is an output waits  | videos | delay=60000 begin started stop told=0       | stopped   | none
 a stop before there is an output        | jpg png webp | delay=60000 begin started stop told=1 | 2/stopped | none
 a stop half-way leaves its output       | all   | old end=hang begin written stop told=1 stop | stopped   | gone
 a stop of one that dies late, told twice | all  | old end=hang begin written late stop told=0 stop | stopped | gone
@@ -85,15 +85,15 @@ a release in the finish in a stop       | all   | old end=hang begin written at-
 a release in the finish in a start      | all   | old end=hang begin written at-finish=release begin | stopped | gone
 a release in such a finish, dying late  | all   | old end=hang begin written late at-finish=release begin | stopped | gone
 a release behind the end                | jpg png webp | run release                          | 0         | out
-a release behind the end is held up     | films | unmarked progress=500 run release           | 0         | out
-a release in a progress                 | films | old progress=500 end=hang at-progress=release begin released | | gone
-a release in the last progress          | films | old at-progress=release begin released      |           | out
+a release behind the end is held up     | videos | unmarked progress=500 run release           | 0         | out
+a release in a progress                 | videos | old progress=500 end=hang at-progress=release begin released | | gone
+a release in the last progress          | videos | old at-progress=release begin released      |           | out
 
 a start in the finish                   | all | at-finish=again begin                       | 0 0       | out
 a start while running                   | all | end=hang begin written again                | stopped 0 | out
 a start while running and in the finish | all | end=hang begin written at-finish=again begin ends runs=2 | stopped 0 | out
 a start over one that dies late         | all | end=hang begin written late again told=1    | stopped 0 | out
-two encoders write one output           | webp films | end=hang begin written late again started alone | stopped 0 | out
+two encoders write one output           | webp videos | end=hang begin written late again started alone | stopped 0 | out
 and another in its finish               | all | end=hang begin written late at-finish=again begin | stopped 0 | out
 and a stop in its finish                | all | end=hang begin written late at-finish=stop again  | stopped 0 | out
 
@@ -258,7 +258,7 @@ class TaskScenariosTest : public TaskTest
             std::thread([this] { release(); }).join();
         else if (key == u"at-finish")
             mProbe->onFinish = [this, value] { QVERIFY2(perform(value), qPrintable(value)); };
-        else if (key == u"at-progress") // a film's own comes in the monitor's thread
+        else if (key == u"at-progress") // a video's own comes in the monitor's thread
             connect(
                 task, &ICompressTask::compressProcess, this, [this] { release(); }, Qt::DirectConnection);
         else if (key == u"started")
@@ -348,7 +348,7 @@ class TaskScenariosTest : public TaskTest
             QCOMPARE(stateOf(*mProbe), !kind().isDirect                      ? CompressTask::Running
                                        : left == u"out" || left == u"source" ? CompressTask::Succeeded
                                                                              : CompressTask::Failed);
-            const bool isWhole = kind().isFilm && left == u"out";
+            const bool isWhole = kind().isVideo && left == u"out";
             QCOMPARE(mProbe->progress, isWhole ? QList<float>{1.0F} : QList<float>());
             QCOMPARE(mProbe->progressAtFinish, mProbe->progress.size());
         }
@@ -417,7 +417,7 @@ private slots:
     }
 
     // A host's window may be waiting for the task while the monitor waits for the window.
-    void hostBlocksTheMonitor_data() { eachKind({""}, Film, Film); }
+    void hostBlocksTheMonitor_data() { eachKind({""}, Video, Video); }
     void hostBlocksTheMonitor()
     {
         QVERIFY(stage(u"works"_s));

@@ -82,7 +82,7 @@ private slots:
     }
 
     // Files that an earlier process left under the names of this one's progress are not taken for it.
-    void tellsProgress_data() { eachKind({""}, Film); }
+    void tellsProgress_data() { eachKind({""}, Video); }
     void tellsProgress()
     {
         const int lengthMs = kind().isSample ? 15000 : 2000;

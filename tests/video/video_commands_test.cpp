@@ -19,7 +19,7 @@ namespace {
 // PROGRESS and Nk stand for what differs from machine to machine; HEAD, BITRATE and END for what commands share.
 const char kCommands[] = R"(
 quality                                   | q  | hd-1080.mp4      | mp4  | 2 | 3000 | HEAD -map 0:v:0 -c:a aac -ac 2 -map 0:a -preset veryfast -crf 23 -vf scale=960:540 END |
-sound alone has no picture's duration     | q  | sound-only.m4a   | mp4  | 1 | 4000 | HEAD -c:a aac -ac 2 -map 0:a -preset veryfast -crf 23 -vf scale=0:0 END |
+sound alone has no image's duration     | q  | sound-only.m4a   | mp4  | 1 | 4000 | HEAD -c:a aac -ac 2 -map 0:a -preset veryfast -crf 23 -vf scale=0:0 END |
 size: two sounds, one copied              | s  | two-audio.mkv    | mp4  | 1 | 0    | HEAD -c:a aac -map 0 -c:s copy -ac 2 BITRATE -vf scale=320:240 END |
 size: no sound, no codec                  | s  | video-only.mp4   | avi  | 4 | 0    | HEAD -c:a mp3 -ac 2 BITRATE -vf scale=80:60 END |
 a sample at full size is filtered         | qe | hd-1080.mp4      | mp4  | 1 | 0    | HEAD -preset veryfast -crf 23 -ac 2 -y -t 15 OUT -progress PROGRESS $ |
@@ -68,7 +68,7 @@ private slots:
         const QString builder = cells()[1];
         const QString source = media(cells()[2]);
         const TestFolder folder;
-        QString name = u"-a \"film\" "_s + cells()[2];
+        QString name = u"-a \"video\" "_s + cells()[2];
         const QString input = folder.path(TestSystem::reasonAgainstName(name) ? name.remove(u'"') : name);
         QVERIFY(QFile::copy(source, input));
         const QString output = folder.path(u"out put."_s + cells()[3]);
@@ -105,11 +105,11 @@ private slots:
     void aSourceThatCannotBeOpenedChangesNothing()
     {
         const TestFolder folder;
-        const QString input = folder.write(u"film.mp4"_s, TestFolder::read(media("hd-1080.mp4")));
+        const QString input = folder.write(u"video.mp4"_s, TestFolder::read(media("hd-1080.mp4")));
         VideoCompressor task(params(false, input, u"o.mp4"_s, u"1"_s));
         QVERIFY(!task.buildQualityCommand().isEmpty());
         const qint64 durationMs = task.durationMs();
-        folder.write(u"film.mp4"_s, QByteArray(5000, 'g'));
+        folder.write(u"video.mp4"_s, QByteArray(5000, 'g'));
         QVERIFY(task.buildQualityCommand().isEmpty() && task.buildSizeCommand().isEmpty());
         QVERIFY(task.buildSampleCommand().isEmpty());
         QCOMPARE(task.durationMs(), durationMs);

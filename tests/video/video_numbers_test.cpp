@@ -1,4 +1,4 @@
-// Picture sizes, bitrates, codecs and choices: values in, values out, no process and no file.
+// Image sizes, bitrates, codecs and choices: values in, values out, no process and no file.
 #include <QSize>
 #include <QTest>
 
@@ -127,9 +127,9 @@ QList<std::tuple<const char*, QVariant, QVariant>> numbersFound()
          u"mp4 aac, mov aac, mkv aac, m4v aac, avi mp3, flv mp3, f4v aac, m2ts ac3, "_s},
         {"webm gets a codec", audioCodecElement(u"o.webm"_s), QString()},
         {"a suffix in capitals is none", taskFor(u"photo.JPG"_s), u"JpegCompressor"_s},
-        {"jpeg is a film", taskFor(u"photo.Jpeg"_s), u"JpegCompressor"_s},
+        {"jpeg is a video", taskFor(u"photo.Jpeg"_s), u"JpegCompressor"_s},
         {"the last suffix does not count", taskFor(u"photo.mp4.png"_s), u"PngCompressor"_s},
-        {"webp is a film", taskFor(u"a.WebP"_s), u"WebpCompressor"_s},
+        {"webp is a video", taskFor(u"a.WebP"_s), u"WebpCompressor"_s},
         {"a folder's suffix counts", taskFor(u"folder.jpg/movie"_s), u"VideoCompressor"_s},
         {"a path that is no text", taskFor(5), u"VideoCompressor"_s},
         {"no output path", taskFor(QString()), QString()},

@@ -1,0 +1,116 @@
+#include "host/media/ImageMetadata.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QLibrary>
+#include <QMutex>
+#include <QSaveFile>
+
+#include "host/media/ImageChunks.h"
+#include "host/media/Losses.h"
+#include "host/media/MetadataModule.h"
+#include "host/media/SourceFacts.h"
+
+namespace {
+
+// Images lie in memory while this goes on.
+constexpr qint64 kMostBytes = qint64(1) << 30;
+
+MergeMetadata loadModule(QString& error)
+{
+    // With the libraries, as installed and as built; beside the program on Windows and in Debian's package.
+    for (const char* folder : {VXC_LIBRARY_FOLDER, "../lib", "."}) {
+        const QString path = QCoreApplication::applicationDirPath() + u'/' + QLatin1String(folder) +
+                             QStringLiteral("/vxcompress_metadata");
+        QLibrary library(QDir::cleanPath(path));
+        if (const auto function = library.resolve("vxcMergeMetadata"))
+            return reinterpret_cast<MergeMetadata>(function);
+        if (error.isEmpty())
+            error = library.errorString();
+    }
+    return nullptr;
+}
+
+// Returns the reason of a failure.
+QString readFile(const QString& path, QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return file.errorString();
+    if (file.size() > kMostBytes)
+        return QStringLiteral("the image is too large");
+    bytes = file.readAll();
+    return {};
+}
+
+SourceFacts factsOf(QByteArray& bytes)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return inspectSource(buffer);
+}
+
+// The image with what the module left to be put in; empty when that fails.
+QByteArray completed(const MetadataAnswer& answer, const SourceFacts& result)
+{
+    switch (result.format) {
+    case MediaFormat::Png:
+        return withPngChunks(answer.result, answer.iccProfile, answer.exif);
+    case MediaFormat::WebP:
+        return withWebpProfile(answer.result, answer.iccProfile, result.image.size, result.image.hasAlpha);
+    default:
+        return answer.result;
+    }
+}
+
+bool isSameImage(const SourceFacts& made, const SourceFacts& result)
+{
+    return made.format == result.format && made.damage.isEmpty() && made.image.size == result.image.size &&
+           made.image.hasAlpha == result.image.hasAlpha && made.image.isAnimated == result.image.isAnimated;
+}
+
+QString replaceFile(const QString& path, const QByteArray& bytes)
+{
+    QSaveFile file(path);
+    const bool isReplaced =
+        file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return isReplaced ? QString() : file.errorString();
+}
+
+} // namespace
+
+QString copyImageMetadata(const QString& sourcePath, const QString& resultPath)
+{
+    MetadataRequest request;
+    QString error = readFile(sourcePath, request.source);
+    if (error.isEmpty())
+        error = readFile(resultPath, request.result);
+    if (!error.isEmpty())
+        return error;
+    const SourceFacts source = factsOf(request.source);
+    const SourceFacts result = factsOf(request.result);
+    request.isJpeg = result.format == MediaFormat::Jpeg;
+    request.isPng = result.format == MediaFormat::Png;
+    request.isTurnedUpright = isTurnedUpright(source, result);
+    request.hasConvertedColours = result.image.isMarkedSrgb;
+
+    MetadataAnswer answer;
+    {
+        // exiv2's XMP part is one for the whole process and knows no threads.
+        static QMutex mutex;
+        const QMutexLocker lock(&mutex);
+        const MergeMetadata merge = loadModule(error);
+        if (!merge)
+            return error;
+        merge(request, answer);
+    }
+    if (!answer.error.isEmpty() || answer.result.isEmpty())
+        return answer.error;
+
+    QByteArray made = completed(answer, result);
+    if (!isSameImage(factsOf(made), result))
+        return QStringLiteral("the image would not stay whole");
+    return replaceFile(resultPath, made);
+}

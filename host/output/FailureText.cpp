@@ -1,0 +1,171 @@
+#include "host/output/FailureText.h"
+
+#include <QCoreApplication>
+
+#include "compressor/FinishCode.h"
+#include "host/job/Format.h"
+#include "host/media/SuffixHint.h"
+#include "host/output/PathText.h"
+#include "host/output/SizeText.h"
+#include "host/system/NativePath.h"
+
+namespace {
+
+// %1 the input, %2 the output, %3 the detail, %4 the encoder, %5 the output's folder.
+struct FailureRow
+{
+    FailureKind kind;
+    const char* id;
+    const char* text;
+};
+
+constexpr FailureRow kRows[] = {
+    {FailureKind::NoInput, "no-input", "there is no file %1"},
+    {FailureKind::NotRegular, "not-regular", "%1 is not a regular file%3"},
+    {FailureKind::Unreadable, "unreadable", "cannot read %1: %3"},
+    {FailureKind::Empty, "empty", "%1 is empty"},
+    {FailureKind::NotMedia, "not-media", "%1 is neither an image nor a video%3"},
+    {FailureKind::UnsupportedKind, "unsupported-kind", "%1 cannot become %2: it is %3"},
+    {FailureKind::BadOption, "bad-option", "%3"},
+    {FailureKind::NoOutputKind, "no-output-kind", "%2: %3"},
+    {FailureKind::OutputExists, "output-exists", "%2 exists already; --force replaces it"},
+    {FailureKind::OutputNotRegular, "output-not-regular", "%2 is not a regular file"},
+    {FailureKind::HardLinks, "hard-links",
+     "%2 has %3 names (hard links), and replacing it would part them; --break-links allows that"},
+    {FailureKind::OwnerWouldChange, "owner-would-change",
+     "%2 belongs to another user, and would not any more"},
+    {FailureKind::NoOutputFolder, "no-output-folder", "there is no folder %5 for the output: %3"},
+    {FailureKind::FolderUnwritable, "folder-unwritable", "cannot write beside %2: %3"},
+    {FailureKind::NameTooLong, "name-too-long", "the name %2 is too long for its folder's file system"},
+    {FailureKind::Animated, "animated",
+     "%1 moves, and only its first frame would be left; --first-frame allows that"},
+    {FailureKind::EncoderMissing, "encoder-missing",
+     "the encoder %3 is missing in %6: run scripts/setup, then build again"},
+    {FailureKind::LibraryMissing, "library-missing", "the module cannot be loaded: %3"},
+    {FailureKind::EncoderFailed, "encoder-failed", nullptr},
+    {FailureKind::NoResult, "no-result", "the encoder %4 made no result of %1"},
+    {FailureKind::SourceChanged, "source-changed", "%1 was changed while it was read; nothing was delivered"},
+    {FailureKind::SourceCut, "source-cut", "%1 is cut: %3"},
+    {FailureKind::ResultCut, "result-cut", "the result of %1 is cut: %3"},
+    {FailureKind::AimUnreached, "aim-unreached", "%1 cannot become what is requested: %3"},
+    {FailureKind::MeasureFailed, "measure-failed", "cannot judge %1: %3"},
+    {FailureKind::DeliveryFailed, "delivery-failed", "cannot write %2: %3"},
+    {FailureKind::MetadataFailed, "metadata-failed", "cannot copy the metadata of %1: %3"},
+    {FailureKind::TimedOut, "timed-out", "%1 took longer than --timeout allows, and was given up"},
+    {FailureKind::Interrupted, "interrupted", "%1 was interrupted"},
+};
+
+const FailureRow& rowOf(FailureKind kind)
+{
+    for (const FailureRow& row : kRows) {
+        if (row.kind == kind)
+            return row;
+    }
+    return kRows[0];
+}
+
+// What an encoder says with its exit code, where that is more than "failed". Later versions of ffmpeg end
+// with the low byte of their own error number.
+struct CodeRow
+{
+    const char* encoder; ///< null: any
+    int code;
+    const char* text; ///< %1 the input, %2 the encoder
+};
+
+constexpr CodeRow kCodes[] = {
+    {nullptr, FinishCode::kNotStarted,
+     "the encoder %2 could not be started: run scripts/setup, then build again"},
+    {nullptr, FinishCode::kStopped, "the encoder %2 was killed, perhaps for want of memory"},
+    {"cJpeg", FinishCode::kCorruptInput,
+     "%1 is damaged, or no image that a JPEG can be made of: give a JPEG, PNG or BMP file"},
+    {"pngquant", FinishCode::kCorruptInput,
+     "%1 is damaged, or no PNG image, and only a PNG can be made a smaller PNG"},
+    {"cJpeg", FinishCode::kNoOutput, "the encoder %2 made no faultless result of %1"},
+    {"pngquant", FinishCode::kNoOutput, "the encoder %2 made no faultless result of %1"},
+    {"ffmpeg", 69, "the encoder %2 gave up on %1: too much of it is damaged"},
+    {"ffmpeg", 183, "the encoder %2 found invalid data in %1: is it whole?"},
+    {"ffmpeg", 228, "the encoder %2 found the disk full"},
+    {"ffmpeg", 234, "the encoder %2 refused: a value or the output's container does not fit %1"},
+    {"ffmpeg", 254, "the encoder %2 found no such file: was %1 moved?"},
+};
+
+// One pass over the pattern: a name may hold what looks like a place for another.
+QString filled(const char* pattern, const QStringList& values)
+{
+    QString text;
+    for (const char* at = pattern; *at; ++at) {
+        if (*at == '%')
+            text += values.value(*++at - '1');
+        else
+            text += QLatin1Char(*at);
+    }
+    return text;
+}
+
+QString codeText(const JobResult& result)
+{
+    const Format& format = *result.spec.format;
+    const QLatin1String encoder(format.encoder);
+    const QString input = shown(result.spec.inputPath);
+    const int code = result.failure.code;
+    QString text;
+    for (const CodeRow& row : kCodes) {
+        if (row.code == code && (!row.encoder || QLatin1String(row.encoder) == encoder))
+            text = filled(row.text, {input, encoder});
+    }
+    // Without a text an image's code 1 is its encoder's own, and no judgement on the source.
+    const bool isUnexplained = code == FinishCode::kCorruptInput && result.failure.detail.isEmpty();
+    if (text.isEmpty() || isUnexplained) {
+        if (!format.isVideo())
+            text = QStringLiteral("the encoder %1 failed: is %2 a whole image?").arg(encoder, input);
+        else if (code == FinishCode::kRefused)
+            text = QStringLiteral(
+                       "the encoder %1 refused: is %2 a whole video, and can the output's container hold "
+                       "H.264?")
+                       .arg(encoder, input);
+        else
+            text = QStringLiteral("the encoder %1 failed on %2").arg(encoder, input);
+    }
+    return text + QStringLiteral(" (code %1)").arg(code);
+}
+
+QString outputKinds(const QString& suffix)
+{
+    const QString list = QStringLiteral("%1; %2").arg(Formats::imageSuffixes().join(QLatin1String(", ")),
+                                                      Formats::videoSuffixes().join(QLatin1String(", ")));
+    if (suffix.isEmpty())
+        return QStringLiteral("the output's name needs a suffix, one of %1").arg(list);
+    const QString meant = suggestSuffix(suffix, Formats::imageSuffixes() + Formats::videoSuffixes());
+    return QStringLiteral("a .%1 cannot be written%2; there are %3")
+        .arg(shown(suffix), meant.isEmpty() ? QString() : QStringLiteral(" (did you mean .%1?)").arg(meant),
+             list);
+}
+
+} // namespace
+
+QString failureText(const JobResult& result)
+{
+    const Failure& failure = result.failure;
+    const JobSpec& spec = result.spec;
+    const FailureRow& row = rowOf(failure.kind);
+    const QString detail =
+        failure.kind == FailureKind::NoOutputKind ? outputKinds(failure.detail) : failure.detail;
+    QString text = row.text ? filled(row.text, {shown(spec.inputPath), shown(spec.outputPath), detail,
+                                                QLatin1String(spec.format ? spec.format->encoder : ""),
+                                                shown(NativePath::folder(spec.outputPath)),
+                                                QCoreApplication::applicationDirPath()})
+                            : codeText(result);
+    if (!failure.fullFolder.isEmpty()) {
+        text += QStringLiteral("; the disk of %1 may be full: it has room for %2")
+                    .arg(shown(failure.fullFolder), sizeText(failure.roomThere));
+    }
+    if (!result.keptAt.isEmpty())
+        text += QStringLiteral("; the result is kept as %1").arg(shown(result.keptAt));
+    return text;
+}
+
+const char* failureId(FailureKind kind)
+{
+    return rowOf(kind).id;
+}

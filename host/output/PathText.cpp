@@ -1,0 +1,142 @@
+#include "host/output/PathText.h"
+
+#include <QList>
+#include <QRegularExpression>
+
+namespace {
+
+QString escaped(char32_t letter)
+{
+    switch (letter) {
+    case '\n':
+        return QStringLiteral("\\n");
+    case '\t':
+        return QStringLiteral("\\t");
+    case '\r':
+        return QStringLiteral("\\r");
+    default:
+        break;
+    }
+    // A byte that is no letter stands as a lone surrogate, whose lower half it is.
+    const uint number = letter >= 0xDC80 && letter <= 0xDCFF ? letter - 0xDC00 : uint(letter);
+    return number <= 0xFF ? QStringLiteral("\\x%1").arg(number, 2, 16, QLatin1Char('0'))
+                          : QStringLiteral("\\u{%1}").arg(number, 0, 16);
+}
+
+bool isUnfit(char32_t letter)
+{
+    switch (QChar::category(letter)) {
+    case QChar::Other_Control:
+    case QChar::Other_Surrogate:
+    // Text that runs backwards, or is not to be seen, disguises a name.
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+int columnsOf(char32_t letter)
+{
+    const QChar::Category category = QChar::category(letter);
+    if (category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing ||
+        category == QChar::Other_Format)
+        return 0;
+    struct Range
+    {
+        char32_t first;
+        char32_t last;
+    };
+    // What terminals show two columns wide: East Asian letters and images.
+    static constexpr Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},
+                                      {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},
+                                      {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},   {0x1F300, 0x1F64F},
+                                      {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
+    for (const Range& range : kWide) {
+        if (letter >= range.first && letter <= range.last)
+            return 2;
+    }
+    return 1;
+}
+
+// Not toUcs4(), which makes a replacement character of a lone surrogate.
+QList<char32_t> lettersOf(const QString& text)
+{
+    QList<char32_t> letters;
+    letters.reserve(text.size());
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const QChar unit = text.at(at);
+        const bool isPair =
+            unit.isHighSurrogate() && at + 1 < text.size() && text.at(at + 1).isLowSurrogate();
+        letters.append(isPair ? QChar::surrogateToUcs4(unit, text.at(++at)) : char32_t(unit.unicode()));
+    }
+    return letters;
+}
+
+constexpr int kEllipsisColumns = 3;
+constexpr int kLeastForEllipsis = 8;
+
+} // namespace
+
+QString shown(const QString& path)
+{
+    QString text;
+    for (const char32_t letter : lettersOf(path)) {
+        if (isUnfit(letter))
+            text += escaped(letter);
+        else
+            text += QString::fromUcs4(&letter, 1);
+    }
+    return text;
+}
+
+QString shellWord(const QString& word)
+{
+    static const QRegularExpression kPlain(QStringLiteral("^[\\w@%+=:,./-]+$"));
+    if (kPlain.match(word).hasMatch())
+        return word;
+    if (shown(word) != word)
+        return QStringLiteral("$'%1'").arg(
+            shown(QString(word).replace(u'\\', QLatin1String("\\\\")).replace(u'\'', QLatin1String("\\'"))));
+    return u'\'' + QString(word).replace(u'\'', QLatin1String("'\\''")) + u'\'';
+}
+
+int columnsOf(const QString& text)
+{
+    int columns = 0;
+    for (const char32_t letter : lettersOf(text))
+        columns += columnsOf(letter);
+    return columns;
+}
+
+QString cutTo(const QString& text, int columns)
+{
+    if (columnsOf(text) <= columns)
+        return text;
+    const bool hasEllipsis = columns >= kLeastForEllipsis;
+    int left = columns - (hasEllipsis ? kEllipsisColumns : 0);
+    QString cut;
+    for (const char32_t letter : lettersOf(text)) {
+        left -= columnsOf(letter);
+        if (left < 0)
+            break;
+        cut += QString::fromUcs4(&letter, 1);
+    }
+    return hasEllipsis ? cut + QLatin1String("...") : cut;
+}
+
+QString cutFrontTo(const QString& text, int columns)
+{
+    if (columnsOf(text) <= columns)
+        return text;
+    const bool hasEllipsis = columns >= kLeastForEllipsis;
+    int left = columns - (hasEllipsis ? kEllipsisColumns : 0);
+    const QList<char32_t> letters = lettersOf(text);
+    qsizetype from = letters.size();
+    while (from > 0 && left >= columnsOf(letters.at(from - 1)))
+        left -= columnsOf(letters.at(--from));
+    const QString cut = QString::fromUcs4(letters.constData() + from, letters.size() - from);
+    return hasEllipsis ? QLatin1String("...") + cut : cut;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <map>
+
+#include "host/output/TextReporter.h"
+
+/// The plain lines, and below them on a terminal one line a running job and one for the whole, which are gone
+/// at the end. Redrawn at most ten times a second; lines that come in between wait for the next time.
+class TerminalReporter final : public TextReporter
+{
+public:
+    explicit TerminalReporter(TextStyle style);
+    ~TerminalReporter() override;
+
+    void planned(qint64 files, qint64 bytes) override;
+    void started(const JobSpec& job) override;
+    void measured(const JobSpec& job, qint64 videoMs) override;
+    void progressed(const JobSpec& job, double share) override;
+    void settled(const JobResult& result) override;
+    void refused(const QString& text) override;
+    void finished(const RunSummary& summary) override;
+
+protected:
+    void print(Platform::Channel channel, const QString& line) override;
+
+private:
+    struct Running
+    {
+        QString name;
+        qint64 bytes = 0;
+        bool isVideo = false;
+        qint64 videoMs = 0;
+        double share = 0;
+        QElapsedTimer clock;
+    };
+
+    void redraw();
+    void flush();
+    /// What takes the block off the terminal.
+    QString erasure();
+    QStringList block(Platform::TerminalSize size) const;
+    QString jobLine(const Running& job, int columns) const;
+    QString wholeLine(int columns) const;
+
+    OutputChannels mChannels;
+    QTimer mTimer;
+    QElapsedTimer mClock;
+    std::map<qint64, Running> mRunning; ///< by the jobs' order
+    std::vector<std::pair<Platform::Channel, QString>> mPending;
+    bool mIsDrawn = false;
+    qint64 mBytes = 0;
+    qint64 mDoneFiles = 0;
+    qint64 mDoneBytes = 0;
+    qint64 mSavedBytes = 0;
+};
