@@ -2,27 +2,92 @@
 
 #include <QFile>
 
+#include <algorithm>
+
+#include "compressor/FinishCode.h"
+
 namespace Formats {
 
 namespace {
 
-const Format kJpeg = {Format::Jpeg, "JPEG", "cJpeg", 100, 75, true};
-const Format kPng = {Format::Png, "PNG", "pngquant", 100, 80, true};
-const Format kWebP = {Format::WebP, "WebP", "ffmpeg", 100, 75, true};
-const Format kVideo = {Format::Video, "video", "ffmpeg", 51, 28, false};
+constexpr char kImageCorrupt[] =
+    "%1 is damaged, or no image that a JPEG can be made of: give a JPEG, PNG or BMP file";
+constexpr char kNoFaultlessResult[] = "the encoder %2 made no faultless result of %1";
 
-struct SuffixRow
-{
-    const char* suffix;
-    const Format* format;
+constexpr ExitCode kCjpegCodes[] = {
+    {FinishCode::kCorruptInput, kImageCorrupt},
+    {FinishCode::kNoOutput, kNoFaultlessResult},
+};
+constexpr ExitCode kPngquantCodes[] = {
+    {FinishCode::kCorruptInput, "%1 is damaged, or no PNG image, and only a PNG can be made a smaller PNG"},
+    {FinishCode::kNoOutput, kNoFaultlessResult},
+};
+// Later versions of ffmpeg end with the low byte of their own error number.
+constexpr ExitCode kFfmpegCodes[] = {
+    {69, "the encoder %2 gave up on %1: too much of it is damaged"},
+    {183, "the encoder %2 found invalid data in %1: is it whole?"},
+    {228, "the encoder %2 found the disk full"},
+    {234, "the encoder %2 refused: a value or the output's container does not fit %1"},
+    {254, "the encoder %2 found no such file: was %1 moved?"},
 };
 
-// The containers are those that the module means for video, all of which hold H.264.
-constexpr SuffixRow kOutputs[] = {
-    {"jpg", &kJpeg},  {"jpeg", &kJpeg}, {"png", &kPng},   {"webp", &kWebP},
-    {"mp4", &kVideo}, {"mov", &kVideo}, {"mkv", &kVideo}, {"m4v", &kVideo},
-    {"avi", &kVideo}, {"flv", &kVideo}, {"f4v", &kVideo}, {"m2ts", &kVideo},
+constexpr Encoder kCjpeg = {
+    "cJpeg",    "-version", "^(.*\\bversion [^\\s(]+)", "cjpeg", "install mozjpeg's cjpeg under this name",
+    kCjpegCodes};
+constexpr Encoder kPngquant = {
+    "pngquant", "--version", "^(\\d\\S*)", "pngquant", "install the package pngquant", kPngquantCodes};
+constexpr Encoder kFfmpeg = {
+    "ffmpeg", "-version", "^ffmpeg version (\\S+)", "ffmpeg", "install the package ffmpeg", kFfmpegCodes};
+constexpr const Encoder* kEncoders[] = {&kCjpeg, &kPngquant, &kFfmpeg};
+
+constexpr const char* kJpegSuffixes[] = {"jpg", "jpeg"};
+constexpr const char* kPngSuffixes[] = {"png"};
+constexpr const char* kWebpSuffixes[] = {"webp"};
+// The containers that the module means for video, all of which hold H.264.
+constexpr const char* kVideoSuffixes[] = {"mp4", "mov", "mkv", "m4v", "avi", "flv", "f4v", "m2ts"};
+
+// What the encoders read, as measured with the ones that the module runs.
+constexpr MediaFormat kCjpegReads[] = {MediaFormat::Jpeg, MediaFormat::Png, MediaFormat::Bmp,
+                                       MediaFormat::Pnm, MediaFormat::Targa};
+constexpr MediaFormat kPngquantReads[] = {MediaFormat::Png};
+
+constexpr Format kFormats[] = {
+    {Format::Jpeg,
+     "JPEG",
+     &kCjpeg,
+     kJpegSuffixes,
+     "\xFF\xD8\xFF",
+     {0, 100, 75},
+     kCjpegReads,
+     "only JPEG, PNG, BMP, PNM and Targa images can become JPEG",
+     false,
+     "",
+     "jpg"},
+    {Format::Png,
+     "PNG",
+     &kPngquant,
+     kPngSuffixes,
+     "\x89PNG",
+     {0, 100, 80},
+     kPngquantReads,
+     "only PNG images can become a smaller PNG",
+     false,
+     "",
+     "png"},
+    {Format::WebP,
+     "WebP",
+     &kFfmpeg,
+     kWebpSuffixes,
+     "RIFF    WEBP",
+     {0, 100, 75},
+     {},
+     "",
+     true,
+     "libwebp",
+     "png"},
+    {Format::Video, "video", &kFfmpeg, kVideoSuffixes, "", {51, 0, 28}, {}, "", true, "libx264", "mkv"},
 };
+constexpr const Format* kVideo = &kFormats[3];
 
 // ffmpeg writes H.264 under these names too, and then they are no images any more; or refuses it.
 constexpr const char* kNeverContainers[] = {"webm", "bmp",  "tif",  "tiff", "gif", "heic",
@@ -34,8 +99,7 @@ constexpr const char* kOtherImages[] = {"bmp", "tif",  "tiff", "gif", "jfif",
 constexpr const char* kOtherVideos[] = {"webm", "mpg", "mpeg", "vob", "ts",  "mts", "wmv",  "asf",
                                         "3gp",  "3g2", "ogv",  "m2v", "mxf", "dv",  "divx", "rmvb"};
 
-template <size_t N>
-bool isAmong(const QString& suffix, const char* const (&names)[N])
+bool isAmong(const QString& suffix, std::span<const char* const> names)
 {
     for (const char* name : names) {
         if (suffix.compare(QLatin1String(name), Qt::CaseInsensitive) == 0)
@@ -47,22 +111,34 @@ bool isAmong(const QString& suffix, const char* const (&names)[N])
 QStringList suffixesOf(bool videos)
 {
     QStringList suffixes;
-    for (const SuffixRow& row : kOutputs) {
-        if (row.format->isVideo() == videos)
-            suffixes.append(QLatin1String(row.suffix));
+    for (const Format& format : kFormats) {
+        for (const char* suffix : format.suffixes) {
+            if (format.isVideo() == videos)
+                suffixes.append(QLatin1String(suffix));
+        }
     }
     return suffixes;
 }
 
 } // namespace
 
+std::span<const Format> all()
+{
+    return kFormats;
+}
+
+std::span<const Encoder* const> encoders()
+{
+    return kEncoders;
+}
+
 const Format* ofSuffix(const QString& suffix, bool anyContainer)
 {
-    for (const SuffixRow& row : kOutputs) {
-        if (suffix.compare(QLatin1String(row.suffix), Qt::CaseInsensitive) == 0)
-            return row.format;
+    for (const Format& format : kFormats) {
+        if (isAmong(suffix, format.suffixes))
+            return &format;
     }
-    return anyContainer && !suffix.isEmpty() && !isAmong(suffix, kNeverContainers) ? &kVideo : nullptr;
+    return anyContainer && !suffix.isEmpty() && !isAmong(suffix, kNeverContainers) ? kVideo : nullptr;
 }
 
 const QStringList& imageSuffixes()
@@ -94,19 +170,11 @@ bool looksLike(const Format& format, const QString& path)
     QFile file(path);
     if (format.isVideo() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return true;
-    constexpr qint64 kHeadBytes = 12;
-    const QByteArray head = file.read(kHeadBytes);
-    switch (format.kind) {
-    case Format::Jpeg:
-        return head.startsWith("\xFF\xD8\xFF");
-    case Format::Png:
-        return head.startsWith("\x89PNG");
-    case Format::WebP:
-        return head.startsWith("RIFF") && head.endsWith("WEBP");
-    case Format::Video:
-        break;
-    }
-    return true;
+    const QByteArray magic = format.magic;
+    const QByteArray head = file.read(magic.size());
+    return head.size() == magic.size() &&
+           std::equal(head.begin(), head.end(), magic.begin(),
+                      [](char byte, char wanted) { return wanted == ' ' || byte == wanted; });
 }
 
 } // namespace Formats

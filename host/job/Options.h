@@ -67,5 +67,5 @@ struct Options
 /// The quality for an output of this format: the user's, or the format's default.
 inline int qualityFor(const Options& options, const Format& format)
 {
-    return options.quality.value_or(format.defaultQuality);
+    return options.quality.value_or(format.quality.fallback);
 }

@@ -23,42 +23,16 @@ bool swapsSides(int orientation)
     return orientation >= 5;
 }
 
-// What the encoders read, as measured with the ones that the module runs. ffmpeg's WebP decoder knows no
-// animation.
-bool canRead(OutputKind output, const SourceFacts& source)
-{
-    using enum MediaFormat;
-    switch (output) {
-    case OutputKind::Jpeg:
-        return source.format == Jpeg || source.format == Png || source.format == Bmp ||
-               source.format == Pnm || source.format == Targa;
-    case OutputKind::Png:
-        return source.format == Png;
-    default:
-        return source.format != WebP || !source.image.isAnimated;
-    }
-}
-
-QString unsupportedText(OutputKind output)
-{
-    switch (output) {
-    case OutputKind::Jpeg:
-        return QStringLiteral("only JPEG, PNG, BMP, PNM and Targa images can become JPEG");
-    case OutputKind::Png:
-        return QStringLiteral("only PNG images can become a smaller PNG");
-    default:
-        return QStringLiteral("ffmpeg does not read animated WebP");
-    }
-}
-
 } // namespace
 
-Obstacle obstacleFor(const SourceFacts& source, OutputKind output)
+Obstacle obstacleFor(const SourceFacts& source, const Format& output)
 {
-    if (!canRead(output, source))
-        return {Obstacle::Unsupported, unsupportedText(output)};
-    const bool keepsFrames = output == OutputKind::WebP || output == OutputKind::Video;
-    if (source.image.isAnimated && !keepsFrames)
+    if (!output.reads.empty() && std::ranges::find(output.reads, source.format) == output.reads.end())
+        return {Obstacle::Unsupported, QLatin1String(output.readsText)};
+    // ffmpeg's WebP decoder knows no animation.
+    if (source.format == MediaFormat::WebP && source.image.isAnimated)
+        return {Obstacle::Unsupported, QStringLiteral("ffmpeg does not read animated WebP")};
+    if (source.image.isAnimated && !output.keepsAnimation)
         return {Obstacle::FirstFrame,
                 QStringLiteral("the image is animated, and only its first frame would survive")};
     return {};

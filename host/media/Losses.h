@@ -3,17 +3,9 @@
 #include <QList>
 #include <QString>
 
+#include "host/job/Format.h"
 #include "host/media/SourceFacts.h"
 #include "host/media/VideoFacts.h"
-
-/// Which encoder makes an output.
-enum class OutputKind
-{
-    Jpeg,
-    Png,
-    WebP,
-    Video
-};
 
 /// Something of the source that its result has no more.
 struct Loss
@@ -37,7 +29,7 @@ struct Obstacle
 };
 
 /// What is in the way of making an output of this kind. For MediaKind::Image and MediaKind::Video. Pure.
-Obstacle obstacleFor(const SourceFacts& source, OutputKind output);
+Obstacle obstacleFor(const SourceFacts& source, const Format& output);
 
 /// What an image has lost on its way: both as inspectSource() sees them, the result as it will be delivered,
 /// so that copied metadata and a kept source count. Ids: "icc-profile", "alpha", "orientation", "bit-depth",

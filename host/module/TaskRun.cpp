@@ -50,7 +50,7 @@ public:
         connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SIGNAL(ended(int, QString)));
         if (!(request.isSample ? mTask->estimate() : mTask->start())) {
             const Format* const format = Formats::ofSuffix(QFileInfo(request.outputPath).suffix(), true);
-            emit ended(kNoEncoder, QLatin1String(format ? format->encoder : "ffmpeg"));
+            emit ended(kNoEncoder, QLatin1String(format ? format->encoder->file : "ffmpeg"));
             return;
         }
         // The module logs a video's command itself.

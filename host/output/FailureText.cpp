@@ -5,7 +5,7 @@
 #include "compressor/FinishCode.h"
 #include "host/job/Format.h"
 #include "host/media/SuffixHint.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/output/SizeText.h"
 #include "host/system/NativePath.h"
 
@@ -40,7 +40,7 @@ constexpr FailureRow kRows[] = {
     {FailureKind::Animated, "animated",
      "%1 moves, and only its first frame would be left; --first-frame allows that"},
     {FailureKind::EncoderMissing, "encoder-missing",
-     "the encoder %3 is missing in %6: run scripts/setup, then build again"},
+     "the encoder %3 is missing in %6; vxcompress doctor tells what to do"},
     {FailureKind::LibraryMissing, "library-missing", "the module cannot be loaded: %3"},
     {FailureKind::EncoderFailed, "encoder-failed", nullptr},
     {FailureKind::NoResult, "no-result", "the encoder %4 made no result of %1"},
@@ -64,30 +64,10 @@ const FailureRow& rowOf(FailureKind kind)
     return kRows[0];
 }
 
-// What an encoder says with its exit code, where that is more than "failed". Later versions of ffmpeg end
-// with the low byte of their own error number.
-struct CodeRow
-{
-    const char* encoder; ///< null: any
-    int code;
-    const char* text; ///< %1 the input, %2 the encoder
-};
-
-constexpr CodeRow kCodes[] = {
-    {nullptr, FinishCode::kNotStarted,
-     "the encoder %2 could not be started: run scripts/setup, then build again"},
-    {nullptr, FinishCode::kStopped, "the encoder %2 was killed, perhaps for want of memory"},
-    {"cJpeg", FinishCode::kCorruptInput,
-     "%1 is damaged, or no image that a JPEG can be made of: give a JPEG, PNG or BMP file"},
-    {"pngquant", FinishCode::kCorruptInput,
-     "%1 is damaged, or no PNG image, and only a PNG can be made a smaller PNG"},
-    {"cJpeg", FinishCode::kNoOutput, "the encoder %2 made no faultless result of %1"},
-    {"pngquant", FinishCode::kNoOutput, "the encoder %2 made no faultless result of %1"},
-    {"ffmpeg", 69, "the encoder %2 gave up on %1: too much of it is damaged"},
-    {"ffmpeg", 183, "the encoder %2 found invalid data in %1: is it whole?"},
-    {"ffmpeg", 228, "the encoder %2 found the disk full"},
-    {"ffmpeg", 234, "the encoder %2 refused: a value or the output's container does not fit %1"},
-    {"ffmpeg", 254, "the encoder %2 found no such file: was %1 moved?"},
+// What the module itself says with a code, whatever the encoder.
+constexpr ExitCode kModuleCodes[] = {
+    {FinishCode::kNotStarted, "the encoder %2 could not be started: vxcompress doctor tells more"},
+    {FinishCode::kStopped, "the encoder %2 was killed, perhaps for want of memory"},
 };
 
 // One pass over the pattern: a name may hold what looks like a place for another.
@@ -106,13 +86,16 @@ QString filled(const char* pattern, const QStringList& values)
 QString codeText(const JobResult& result)
 {
     const Format& format = *result.spec.format;
-    const QLatin1String encoder(format.encoder);
+    const QLatin1String encoder(format.encoder->file);
     const QString input = shown(result.spec.inputPath);
     const int code = result.failure.code;
     QString text;
-    for (const CodeRow& row : kCodes) {
-        if (row.code == code && (!row.encoder || QLatin1String(row.encoder) == encoder))
-            text = filled(row.text, {input, encoder});
+    for (const std::span<const ExitCode> rows :
+         {std::span<const ExitCode>(kModuleCodes), format.encoder->exitCodes}) {
+        for (const ExitCode& row : rows) {
+            if (row.code == code)
+                text = filled(row.text, {input, encoder});
+        }
     }
     // Without a text an image's code 1 is its encoder's own, and no judgement on the source.
     const bool isUnexplained = code == FinishCode::kCorruptInput && result.failure.detail.isEmpty();
@@ -152,7 +135,7 @@ QString failureText(const JobResult& result)
     const QString detail =
         failure.kind == FailureKind::NoOutputKind ? outputKinds(failure.detail) : failure.detail;
     QString text = row.text ? filled(row.text, {shown(spec.inputPath), shown(spec.outputPath), detail,
-                                                QLatin1String(spec.format ? spec.format->encoder : ""),
+                                                QLatin1String(spec.format ? spec.format->encoder->file : ""),
                                                 shown(NativePath::folder(spec.outputPath)),
                                                 QCoreApplication::applicationDirPath()})
                             : codeText(result);

@@ -6,7 +6,7 @@
 
 #include "host/module/TaskRun.h"
 #include "host/output/JsonReporter.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/output/TerminalReporter.h"
 
 namespace {

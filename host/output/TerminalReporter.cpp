@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/job/Format.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/output/ResultText.h"
 #include "host/output/SizeText.h"
 #include "host/system/NativePath.h"

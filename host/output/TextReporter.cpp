@@ -2,7 +2,7 @@
 
 #include "host/job/Format.h"
 #include "host/output/FailureText.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/output/ResultText.h"
 
 namespace {

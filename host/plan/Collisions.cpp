@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
 #include "host/system/PrivateFolder.h"
 

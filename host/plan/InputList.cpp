@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "host/job/Format.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"

@@ -1,6 +1,6 @@
 #include "host/plan/Plan.h"
 
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/plan/Collisions.h"
 #include "host/plan/OutputName.h"
 #include "host/system/NativePath.h"

@@ -7,7 +7,7 @@
 
 #include "host/job/ExitStatus.h"
 #include "host/job/Options.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/report/ReportHtml.h"
 #include "host/report/ReportJson.h"
 #include "host/report/ReportText.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
 
 using namespace Qt::StringLiterals;

@@ -6,7 +6,7 @@
 
 #include "host/job/ExitStatus.h"
 #include "host/module/TaskThread.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/plan/Plan.h"
 #include "host/run/Scheduler.h"
 #include "host/system/Platform.h"

@@ -11,21 +11,6 @@
 
 namespace {
 
-OutputKind outputKindOf(const Format& format)
-{
-    switch (format.kind) {
-    case Format::Jpeg:
-        return OutputKind::Jpeg;
-    case Format::Png:
-        return OutputKind::Png;
-    case Format::WebP:
-        return OutputKind::WebP;
-    case Format::Video:
-        break;
-    }
-    return OutputKind::Video;
-}
-
 // By its own name: the bytes of it may be none that Qt could carry.
 SourceView inspect(const QString& path)
 {
@@ -48,12 +33,11 @@ Failure unfitFor(const SourceFacts& facts, const Format& format, const Options& 
     if (facts.kind != MediaKind::Image && facts.kind != MediaKind::Video)
         return {FailureKind::NotMedia, QString()};
     const bool isVideo = facts.kind == MediaKind::Video || facts.image.isAnimated;
-    const OutputKind kind = outputKindOf(format);
     if (format.isVideo() && !isVideo)
         return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", an image, and no video")};
     if (!format.isVideo() && facts.kind == MediaKind::Video)
         return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a video, and no image")};
-    const Obstacle obstacle = obstacleFor(facts, kind);
+    const Obstacle obstacle = obstacleFor(facts, format);
     if (obstacle.kind == Obstacle::Unsupported)
         return {FailureKind::UnsupportedKind, facts.name + QStringLiteral("; ") + obstacle.text};
     if (obstacle.kind == Obstacle::FirstFrame && !options.firstFrame)

@@ -3,7 +3,7 @@
 
 #include "host/cli/ParseOptions.h"
 #include "host/job/Format.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/plan/Plan.h"
 #include "host/system/NativePath.h"
 #include "host/system/PrivateFolder.h"

@@ -1,7 +1,7 @@
 #include <QTest>
 
 #include "host/cli/ParseOptions.h"
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 #include "host/output/ResultText.h"
 #include "host/output/SizeText.h"
 #include "host/run/Slots.h"

@@ -1,4 +1,4 @@
-#include "host/output/PathText.h"
+#include "host/system/PathText.h"
 
 #include <QList>
 #include <QRegularExpression>

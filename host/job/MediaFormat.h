@@ -1,0 +1,37 @@
+#pragma once
+
+enum class MediaKind
+{
+    NotRegular, ///< a folder, a pipe, a device, or nothing at all: it was not opened
+    Unreadable, ///< `problem` has the system's reason
+    Unknown,    ///< neither image nor video nor sound
+    Image,
+    Video, ///< a container that can hold a video; whether there is one in it, a VideoProbe tells
+    Sound
+};
+
+/// What a file is made of. Names follow the content, never the file's name.
+enum class MediaFormat
+{
+    None,
+    Jpeg,
+    Png,
+    WebP,
+    Gif,
+    Bmp,
+    Tiff,
+    Pnm,
+    Targa,
+    OtherImage, ///< read by ffmpeg alone
+    Mp4,        ///< and QuickTime
+    Matroska,   ///< and WebM
+    Avi,
+    Flv,
+    TransportStream,
+    ProgramStream,
+    Asf,
+    Ogg,
+    RawStream, ///< coded images without a container
+    OtherVideo,
+    Sound
+};
