@@ -19,6 +19,8 @@
 #include "demux/VobChapterScanner.h"
 #include "hostlibs/AvBridge.h"
 
+using namespace Qt::StringLiterals;
+
 using namespace Vantor;
 
 namespace {
@@ -59,8 +61,7 @@ void probe(const QString& path)
 {
     QProcess ffprobe;
     ffprobe.setStandardOutputFile(QProcess::nullDevice());
-    ffprobe.start(QStringLiteral("ffprobe"),
-                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_streams"), path});
+    ffprobe.start(u"ffprobe"_s, {u"-v"_s, u"error"_s, u"-show_streams"_s, path});
     if (!ffprobe.waitForFinished() || ffprobe.exitCode() != 0)
         fail(path);
 }
@@ -125,7 +126,7 @@ void chain(int rounds, const QFileInfo& file)
     // Scans are remembered by path: each round calls the file by another name.
     QString path = file.path() + u'/';
     for (int round = 0; round < rounds; ++round) {
-        path += QLatin1String("./");
+        path += "./"_L1;
         const QString name = path + file.fileName();
         const double bare = millisecondsOf([&] { packets = loopBare(name); });
         const double scan =
@@ -147,13 +148,13 @@ void chain(int rounds, const QFileInfo& file)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     const QStringList arguments = application.arguments();
     if (arguments.size() < 4)
         return 2;
     const int rounds = arguments.at(2).toInt();
     ffmpegLogToPLog();
-    if (arguments.at(1) == QLatin1String("describe"))
+    if (arguments.at(1) == "describe"_L1)
         describe(rounds, arguments.mid(3));
     else
         chain(rounds, QFileInfo(arguments.at(3)));

@@ -18,15 +18,16 @@
 
 #include "compressor/CompressorEntry.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Task = QSharedPointer<ICompressTask>;
 
 Task makeTask(const QString& source, const QString& output, const QString& quality)
 {
-    return CompressorEntry()->createTask({{QStringLiteral("inputPath"), source},
-                                          {QStringLiteral("outputPath"), output},
-                                          {QStringLiteral("quality"), quality}});
+    return CompressorEntry()->createTask(
+        {{u"inputPath"_s, source}, {u"outputPath"_s, output}, {u"quality"_s, quality}});
 }
 
 // Keeps `atOnce` tasks running until all have ended; a task is released when it has.
@@ -68,7 +69,7 @@ double runBatch(const QString& quality, qsizetype atOnce, const QString& folder,
 
 QByteArray peakMemoryKiB()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (!status.open(QIODevice::ReadOnly))
         return {};
     for (const QByteArray& line : status.readAll().split('\n')) {
@@ -84,18 +85,17 @@ int main(int argc, char** argv)
 {
     const QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     QTextStream out(stdout);
-    if (arguments.size() > 5 && arguments[1] == QLatin1String("batch")) {
+    if (arguments.size() > 5 && arguments[1] == "batch"_L1) {
         out << runBatch(arguments[2], arguments[3].toInt(), arguments[4], arguments.mid(5)) << '\n';
-    } else if (arguments.size() == 4 && arguments[1] == QLatin1String("memory")) {
+    } else if (arguments.size() == 4 && arguments[1] == "memory"_L1) {
         const QTemporaryDir folder;
         const int count = arguments[2].toInt();
         std::vector<Task> tasks;
         tasks.reserve(static_cast<size_t>(count));
         for (int i = 0; i < count; ++i) {
-            tasks.push_back(makeTask(arguments[3], folder.filePath(QStringLiteral("out-%1.jpg").arg(i)),
-                                     QStringLiteral("75")));
+            tasks.push_back(makeTask(arguments[3], folder.filePath(u"out-%1.jpg"_s.arg(i)), u"75"_s));
         }
         runAll(tasks, QThread::idealThreadCount());
         out << peakMemoryKiB() << '\n';

@@ -17,6 +17,8 @@
 #include "host/search/GoalSearch.h"
 #include "host/search/VideoEstimate.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QTextStream& out()
@@ -33,11 +35,11 @@ class TaskRun final : public EncodeRun
 public:
     explicit TaskRun(const EncodeRequest& request)
         : mIsSample(request.isSample),
-          mTask(CompressorEntry()->createTask({{QStringLiteral("inputPath"), request.inputPath},
-                                               {QStringLiteral("outputPath"), request.outputPath},
-                                               {QStringLiteral("quality"), request.quality},
-                                               {QStringLiteral("isPercentage"), request.isPercentage},
-                                               {QStringLiteral("scale"), request.scale}}))
+          mTask(CompressorEntry()->createTask({{u"inputPath"_s, request.inputPath},
+                                               {u"outputPath"_s, request.outputPath},
+                                               {u"quality"_s, request.quality},
+                                               {u"isPercentage"_s, request.isPercentage},
+                                               {u"scale"_s, request.scale}}))
     {
         connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SIGNAL(ended(int, QString)));
     }
@@ -61,7 +63,7 @@ const EncodeRunFactory kMakeRun = [](const EncodeRequest& request) {
 NewPath newPathIn(const QTemporaryDir& folder)
 {
     return [&folder, count = 0](const QString& suffix) mutable {
-        return folder.filePath(QStringLiteral("%1.%2").arg(++count).arg(suffix));
+        return folder.filePath(u"%1.%2"_s.arg(++count).arg(suffix));
     };
 }
 
@@ -70,7 +72,7 @@ EncodeRequest requestOf(const QStringList& arguments, const QTemporaryDir& folde
     QString quality = arguments[2];
     const bool isPercentage = quality.endsWith(u'%');
     quality.remove(u'%');
-    return {arguments[0], folder.filePath(QStringLiteral("out.") + arguments[1]), quality, isPercentage, {}};
+    return {arguments[0], folder.filePath(u"out."_s + arguments[1]), quality, isPercentage, {}};
 }
 
 int encode(const QStringList& arguments)
@@ -107,12 +109,11 @@ int goal(const QStringList& arguments)
     SearchTarget target;
     target.inputPath = arguments[0];
     target.suffix = arguments[1];
-    target.isVideo = !QStringList({QStringLiteral("jpg"), QStringLiteral("png"), QStringLiteral("webp")})
-                          .contains(target.suffix);
+    target.isVideo = !QStringList({u"jpg"_s, u"png"_s, u"webp"_s}).contains(target.suffix);
     target.size = SizeGoal::parse(arguments[2]);
     if (const double minSsim = arguments[3].toDouble(); minSsim > 0)
         target.minSsim = minSsim;
-    target.quality = arguments.value(4, target.isVideo ? QStringLiteral("28") : QStringLiteral("75")).toInt();
+    target.quality = arguments.value(4, target.isVideo ? u"28"_s : u"75"_s).toInt();
     GoalSearch search(target, kMakeRun, newPathIn(folder));
     QObject::connect(&search, &GoalSearch::ended, &search, [&request](const GoalOutcome& outcome) {
         for (const Trial& trial : outcome.trials)
@@ -141,8 +142,7 @@ int ssim(const QString& result, const QString& source, const QString& kind)
         out() << value << Qt::endl;
         QCoreApplication::exit(value < 0 ? 1 : 0);
     });
-    probe.start(result, source,
-                kind == QLatin1String("video") ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
+    probe.start(result, source, kind == "video"_L1 ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
     return QCoreApplication::exec();
 }
 
@@ -151,16 +151,16 @@ int ssim(const QString& result, const QString& source, const QString& kind)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    QLoggingCategory::setFilterRules(u"*.debug=false"_s);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString mode = arguments.value(0);
-    if (mode == QLatin1String("estimate") && arguments.size() == 4)
+    if (mode == "estimate"_L1 && arguments.size() == 4)
         return estimate(arguments.mid(1));
-    if (mode == QLatin1String("encode") && arguments.size() == 4)
+    if (mode == "encode"_L1 && arguments.size() == 4)
         return encode(arguments.mid(1));
-    if (mode == QLatin1String("goal") && arguments.size() >= 5)
+    if (mode == "goal"_L1 && arguments.size() >= 5)
         return goal(arguments.mid(1));
-    if (mode == QLatin1String("ssim") && arguments.size() == 4)
+    if (mode == "ssim"_L1 && arguments.size() == 4)
         return ssim(arguments[1], arguments[2], arguments[3]);
     out() << "see the head of search_bench.cpp" << Qt::endl;
     return 2;

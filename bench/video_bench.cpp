@@ -21,6 +21,8 @@
 #include "compressor/CompressorEntry.h"
 #include "video/VideoCompressor.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Task = QSharedPointer<ICompressTask>;
@@ -40,10 +42,8 @@ double secondsOf(clockid_t clock)
 
 QVariantMap params(const QString& source, const QString& output)
 {
-    return {{QStringLiteral("inputPath"), source},
-            {QStringLiteral("outputPath"), output},
-            {QStringLiteral("quality"), QStringLiteral("28")},
-            {QStringLiteral("scale"), QStringLiteral("1")}};
+    return {
+        {u"inputPath"_s, source}, {u"outputPath"_s, output}, {u"quality"_s, u"28"_s}, {u"scale"_s, u"1"_s}};
 }
 
 Task makeTask(const QString& source, const QString& output)
@@ -81,7 +81,7 @@ void runUntilFinished(const std::vector<Task>& tasks, Begin begin)
 
 void firstInstruction(const QString& source, const QTemporaryDir& folder)
 {
-    const QString output = folder.filePath(QStringLiteral("out.mp4"));
+    const QString output = folder.filePath(u"out.mp4"_s);
     const Task task = makeTask(source, output);
     const double before = secondsOf(CLOCK_MONOTONIC);
     runUntilFinished({task}, [&](size_t) { task->start(); });
@@ -93,7 +93,7 @@ void firstInstruction(const QString& source, const QTemporaryDir& folder)
 
 void stopEncode(const QString& source, const QTemporaryDir& folder)
 {
-    const Task task = makeTask(source, folder.filePath(QStringLiteral("out.mp4")));
+    const Task task = makeTask(source, folder.filePath(u"out.mp4"_s));
     bool finished = false;
     QObject::connect(task.data(), &ICompressTask::compressFinished, [&] { finished = true; });
     task->start();
@@ -110,7 +110,7 @@ void encode(const QString& source, const QTemporaryDir& folder, size_t count, bo
     std::vector<Task> tasks;
     tasks.reserve(count);
     for (size_t i = 0; i < count; ++i)
-        tasks.push_back(makeTask(source, folder.filePath(QStringLiteral("out-%1.mp4").arg(i))));
+        tasks.push_back(makeTask(source, folder.filePath(u"out-%1.mp4"_s.arg(i))));
     const double before = secondsOf(CLOCK_MONOTONIC);
     double processorSeconds = 0;
     runUntilFinished(tasks, [&](size_t finished) {
@@ -135,16 +135,16 @@ int main(int argc, char** argv)
 {
     const QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     const QTemporaryDir folder;
-    if (arguments.size() == 4 && arguments[1] == QLatin1String("command"))
+    if (arguments.size() == 4 && arguments[1] == "command"_L1)
         out() << VideoCompressor(params(arguments[2], arguments[3])).buildQualityCommand().join(u' ') << '\n';
-    else if (arguments.size() == 3 && arguments[1] == QLatin1String("first-instruction"))
+    else if (arguments.size() == 3 && arguments[1] == "first-instruction"_L1)
         firstInstruction(arguments[2], folder);
-    else if (arguments.size() == 3 && arguments[1] == QLatin1String("stop"))
+    else if (arguments.size() == 3 && arguments[1] == "stop"_L1)
         stopEncode(arguments[2], folder);
-    else if (arguments.size() == 5 && arguments[1] == QLatin1String("encode"))
-        encode(arguments[2], folder, arguments[3].toUInt(), arguments[4] == QLatin1String("together"));
+    else if (arguments.size() == 5 && arguments[1] == "encode"_L1)
+        encode(arguments[2], folder, arguments[3].toUInt(), arguments[4] == "together"_L1);
     else
         qFatal("see the head of video_bench.cpp");
 }

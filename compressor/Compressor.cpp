@@ -7,6 +7,8 @@
 #include "image/WebpCompressor.h"
 #include "video/VideoCompressor.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using TaskMaker = ICompressTask* (*)(const QVariantMap&);
@@ -22,10 +24,10 @@ const struct
     QLatin1String suffix;
     TaskMaker make;
 } kImageTasks[] = {
-    {QLatin1String("jpg"), makeTask<JpegCompressor>},
-    {QLatin1String("jpeg"), makeTask<JpegCompressor>},
-    {QLatin1String("png"), makeTask<PngCompressor>},
-    {QLatin1String("webp"), makeTask<WebpCompressor>},
+    {"jpg"_L1, makeTask<JpegCompressor>},
+    {"jpeg"_L1, makeTask<JpegCompressor>},
+    {"png"_L1, makeTask<PngCompressor>},
+    {"webp"_L1, makeTask<WebpCompressor>},
 };
 
 TaskMaker taskMakerFor(const QString& suffix)
@@ -41,13 +43,12 @@ TaskMaker taskMakerFor(const QString& suffix)
 
 QVariantList Compressor::supportedVideoFormats() const
 {
-    return {QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("mkv"), QStringLiteral("m4v"),
-            QStringLiteral("avi"), QStringLiteral("flv"), QStringLiteral("f4v"), QStringLiteral("m2ts")};
+    return {u"mp4"_s, u"mov"_s, u"mkv"_s, u"m4v"_s, u"avi"_s, u"flv"_s, u"f4v"_s, u"m2ts"_s};
 }
 
 QSharedPointer<ICompressTask> Compressor::createTask(const QVariantMap& params)
 {
-    const QString outputPath = params.value(QStringLiteral("outputPath")).toString();
+    const QString outputPath = params.value(u"outputPath"_s).toString();
     if (outputPath.isEmpty())
         return {};
     const TaskMaker make = taskMakerFor(QFileInfo(outputPath).suffix().toLower());

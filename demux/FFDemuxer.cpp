@@ -11,6 +11,8 @@
 #include "demux/ResourceIo.h"
 #include "hostlibs/AvBridge.h"
 
+using namespace Qt::StringLiterals;
+
 namespace Vantor {
 
 namespace {
@@ -21,13 +23,13 @@ using FormatTable = QMap<QString, QString>;
 
 // What the first attempt takes a suffix for.
 const FormatTable kPreferredFormats{
-    {QStringLiteral("flv"), QStringLiteral("live_flv")},
-    {QStringLiteral("ts"), QStringLiteral("mpegts")},
+    {u"flv"_s, u"live_flv"_s},
+    {u"ts"_s, u"mpegts"_s},
 };
 
 // What the last attempt does, when probing found invalid data.
 const FormatTable kFallbackFormats{
-    {QStringLiteral("vob"), QStringLiteral("mpeg")},
+    {u"vob"_s, u"mpeg"_s},
 };
 
 // Null, which lets FFmpeg probe, for a suffix without an entry.

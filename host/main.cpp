@@ -9,6 +9,8 @@
 #include "host/run/BatchRun.h"
 #include "host/system/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 static int answer(const NoJob& noJob, bool asJson)
 {
     Options saying;
@@ -35,7 +37,7 @@ int main(int argc, char** argv)
     const std::variant<Options, NoJob> parsed = parseOptions(arguments);
     const auto* const options = std::get_if<Options>(&parsed);
     if (!options)
-        return answer(*std::get_if<NoJob>(&parsed), arguments.contains(QLatin1String("--json")));
+        return answer(*std::get_if<NoJob>(&parsed), arguments.contains("--json"_L1));
     const std::unique_ptr<JobEvents> reporter = makeReporter(*options);
     const ModuleLog log(*options, *reporter);
     return BatchRun(*options, *reporter).exec();

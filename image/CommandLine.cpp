@@ -6,6 +6,8 @@
 
 #include "image/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QMutex folderMutex;
@@ -22,9 +24,9 @@ QString quotedPath(const QString& path)
 {
     QString text = path;
     // Three quotes in a row are one literal quote, inside a quoted stretch and outside.
-    text.replace(u'"', QLatin1String("\"\"\""));
+    text.replace(u'"', "\"\"\""_L1);
     if (text.startsWith(u'-') || looksLikeProtocol(path))
-        text.prepend(QLatin1String("./"));
+        text.prepend("./"_L1);
     return u'"' + text + u'"';
 }
 

@@ -8,6 +8,8 @@
 
 #include "image/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 kCopyBlockBytes = 1 << 20;
@@ -62,8 +64,7 @@ QString finalPath(const QString& path)
 QString privateNameBeside(const QString& path, const QString& suffix)
 {
     const QString name = QString::number(QRandomGenerator::global()->generate64(), 36);
-    return QFileInfo(path).path() + QLatin1String("/.vx-") + name +
-           (suffix.isEmpty() ? QString() : u'.' + suffix);
+    return QFileInfo(path).path() + "/.vx-"_L1 + name + (suffix.isEmpty() ? QString() : u'.' + suffix);
 }
 
 bool copyFile(const QString& from, const QString& to)
@@ -118,7 +119,7 @@ bool removeFailedOutput(const QString& outputPath, const QString& inputPath)
 // Asked by writing: free space in numbers knows neither quotas nor what is reserved for whom.
 bool isDiskFull(const QString& outputPath)
 {
-    QTemporaryFile probe(QFileInfo(outputPath).absolutePath() + QLatin1String("/.diskprobe-XXXXXX"));
+    QTemporaryFile probe(QFileInfo(outputPath).absolutePath() + "/.diskprobe-XXXXXX"_L1);
     if (!probe.open())
         return false;
     return probe.write(QByteArray(kDiskProbeBytes, 'x')) != kDiskProbeBytes || !probe.flush();

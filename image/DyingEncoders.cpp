@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QThread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QMutex mutex;
@@ -26,7 +28,7 @@ QThread* reaper()
     // Never destroyed: it may be waiting for an encoder while the host's static objects go.
     static QThread* const thread = [] {
         auto* const made = new QThread;
-        made->setObjectName(QStringLiteral("encoder reaper"));
+        made->setObjectName(u"encoder reaper"_s);
         made->start(QThread::LowPriority);
         return made;
     }();

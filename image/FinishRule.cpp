@@ -2,6 +2,8 @@
 
 #include "compressor/FinishCode.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Rows end with one for every other code, which is then the finish code too.
@@ -32,16 +34,16 @@ constexpr CodeRow kPngCodes[] = {
 };
 
 constexpr CodeRow kWebpCodes[] = {
-    {0, FinishCode::kSuccess, QLatin1String("successful"), Verdict::Result},
+    {0, FinishCode::kSuccess, "successful"_L1, Verdict::Result},
     {kAnyCode, kAnyCode, kFailText, Verdict::Nothing},
 };
 
 constexpr CodeRow kVideoCodes[] = {
-    {0, FinishCode::kSuccess, QLatin1String("successful"), Verdict::Result},
+    {0, FinishCode::kSuccess, "successful"_L1, Verdict::Result},
     // ffmpeg's answer to a command that it cannot carry out.
-    {1, FinishCode::kRefused, QLatin1String(" Check the parameters please "), Verdict::Nothing},
-    {FinishCode::kStopped, FinishCode::kStopped, QLatin1String("Process Abort"), Verdict::Nothing},
-    {kAnyCode, kAnyCode, QLatin1String("Unknown mistake"), Verdict::Nothing},
+    {1, FinishCode::kRefused, " Check the parameters please "_L1, Verdict::Nothing},
+    {FinishCode::kStopped, FinishCode::kStopped, "Process Abort"_L1, Verdict::Nothing},
+    {kAnyCode, kAnyCode, "Unknown mistake"_L1, Verdict::Nothing},
 };
 
 constexpr struct

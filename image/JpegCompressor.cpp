@@ -2,13 +2,14 @@
 
 #include "image/CommandLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList arguments(const Workspace& workspace, const QString& quality)
 {
-    return {QStringLiteral("-outfile"),  quotedPath(workspace.outputName),
-            QStringLiteral("-quality"),  quality,
-            QStringLiteral("-baseline"), quotedPath(workspace.inputName)};
+    return {u"-outfile"_s,  quotedPath(workspace.outputName), u"-quality"_s, quality,
+            u"-baseline"_s, quotedPath(workspace.inputName)};
 }
 
 } // namespace

@@ -10,18 +10,18 @@
 #include "image/Platform.h"
 #include "image/Workspace.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The suffixes that make ffmpeg look for a pattern, as tried with 5.1; a film's name is never one.
 bool isPictureSuffix(const QString& suffix)
 {
     static const QStringList kSuffixes =
-        QStringLiteral(
-            "jpeg jpg jps mpo ljpg jls png pns mng ppm pnm pgm pgmyuv pbm pam pfm phm y raw bmp tga "
-            "tiff tif sgi ptx pcd pcx pic pct pict sun ras rs im1 im8 im24 dds j2c jp2 jpc j2k dpx "
-            "exr xbm xface xpm webp xwd img ximg timg svg svgz pix vbn wbmp qoi hdr gem jxl dng cri "
-            "mpg1-img mpg2-img mpg4-img")
-            .split(u' ');
+        u"jpeg jpg jps mpo ljpg jls png pns mng ppm pnm pgm pgmyuv pbm pam pfm phm y raw bmp tga "
+        "tiff tif sgi ptx pcd pcx pic pct pict sun ras rs im1 im8 im24 dds j2c jp2 jpc j2k dpx "
+        "exr xbm xface xpm webp xwd img ximg timg svg svgz pix vbn wbmp qoi hdr gem jxl dng cri "
+        "mpg1-img mpg2-img mpg4-img"_s.split(u' ');
     return kSuffixes.contains(suffix, Qt::CaseInsensitive);
 }
 
@@ -61,7 +61,7 @@ bool isPattern(const QString& path)
 QString nameIn(const QString& folder, const QString& base, const QString& suffix)
 {
     const QString path = folder + u'/' + base;
-    return (hasNumberField(folder) ? path + QLatin1String("%d") : path) + u'.' + suffix;
+    return (hasNumberField(folder) ? path + "%d"_L1 : path) + u'.' + suffix;
 }
 
 } // namespace
@@ -76,7 +76,7 @@ PlainNames PlainNames::forRun(const QString& inputPath, const QString& outputPat
     PlainNames names(inputPath, outputPath);
     if (isPattern(inputPath)) {
         names.mLinkFolder = makePrivateFolder();
-        names.mInput = nameIn(names.mLinkFolder, QStringLiteral("source"), QFileInfo(inputPath).suffix());
+        names.mInput = nameIn(names.mLinkFolder, u"source"_s, QFileInfo(inputPath).suffix());
         if (!names.mLinkFolder.isEmpty() && !Platform::linkFile(inputPath, names.mInput) &&
             QFileInfo(inputPath).isFile())
             copyFile(inputPath, names.mInput);

@@ -9,6 +9,8 @@
 
 #include "compressor/FinishCode.h"
 
+using namespace Qt::StringLiterals;
+
 namespace Platform {
 
 namespace {
@@ -24,12 +26,12 @@ constexpr quint32 kFirstErrorStatus = 0xC0000000;
 std::wstring nativePath(const QString& path)
 {
     QString native = QDir::toNativeSeparators(QDir::cleanPath(QDir::current().absoluteFilePath(path)));
-    if (native.startsWith(QLatin1String("\\\\?\\")) || native.startsWith(QLatin1String("\\\\.\\")))
+    if (native.startsWith("\\\\?\\"_L1) || native.startsWith("\\\\.\\"_L1))
         return native.toStdWString();
-    if (native.startsWith(QLatin1String("\\\\")))
-        native.replace(0, 1, QLatin1String("\\\\?\\UNC"));
+    if (native.startsWith("\\\\"_L1))
+        native.replace(0, 1, "\\\\?\\UNC"_L1);
     else
-        native.prepend(QLatin1String("\\\\?\\"));
+        native.prepend("\\\\?\\"_L1);
     return native.toStdWString();
 }
 
@@ -54,7 +56,7 @@ bool retryWhileHeld(const Attempt& attempt)
 
 QString executableName(const char* tool)
 {
-    return QLatin1String(tool) + QLatin1String(".exe");
+    return QLatin1String(tool) + ".exe"_L1;
 }
 
 bool wasKilled(int exitCode, QProcess::ExitStatus)

@@ -2,12 +2,15 @@
 
 #include "image/CommandLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList arguments(const Workspace& workspace, const QString& quality)
 {
-    return {QStringLiteral("--quality"),     QLatin1String("0-") + quality, QStringLiteral("--force"),
-            quotedPath(workspace.inputName), QStringLiteral("-o"),          quotedPath(workspace.outputName)};
+    return {u"--quality"_s, "0-"_L1 + quality,
+            u"--force"_s,   quotedPath(workspace.inputName),
+            u"-o"_s,        quotedPath(workspace.outputName)};
 }
 
 } // namespace

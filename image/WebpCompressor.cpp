@@ -8,10 +8,12 @@
 #include "image/Delivery.h"
 #include "image/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 WebpCompressor::WebpCompressor(const QVariantMap& params)
-    : CompressTask(params), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
-      mOutputPath(params.value(QStringLiteral("outputPath")).toString()),
-      mQuality(params.value(QStringLiteral("quality")).toString()), mNames(mInputPath, mOutputPath)
+    : CompressTask(params), mInputPath(params.value(u"inputPath"_s).toString()),
+      mOutputPath(params.value(u"outputPath"_s).toString()), mQuality(params.value(u"quality"_s).toString()),
+      mNames(mInputPath, mOutputPath)
 {
 }
 
@@ -92,12 +94,6 @@ bool WebpCompressor::deliver(Verdict::Delivery delivery) const
 
 QStringList WebpCompressor::buildCommand()
 {
-    return {QStringLiteral("-i"),
-            quotedPath(mNames.input()),
-            QStringLiteral("-y"),
-            QStringLiteral("-c:v"),
-            QStringLiteral("libwebp"),
-            QStringLiteral("-quality"),
-            mQuality,
-            quotedPath(mNames.output())};
+    return {u"-i"_s,  quotedPath(mNames.input()), u"-y"_s, u"-c:v"_s, u"libwebp"_s, u"-quality"_s,
+            mQuality, quotedPath(mNames.output())};
 }

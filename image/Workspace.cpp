@@ -9,6 +9,8 @@
 #include "image/Delivery.h"
 #include "image/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 // On Unix, Qt names no temporary location as long as there is none.
 QString temporaryLocation()
 {
@@ -29,8 +31,8 @@ Workspace makeWorkspace(const QString& sourcePath)
                              : workspace.dir;
     const bool plain = Platform::isPlainForTools(base);
     const QString suffix = Platform::isPlainForTools(source.suffix()) ? source.suffix() : QString();
-    const QString inputName = QLatin1String("temporaryImage_1.") + suffix;
-    const QString outputName = QLatin1String("temporaryImage_2.") + suffix;
+    const QString inputName = "temporaryImage_1."_L1 + suffix;
+    const QString outputName = "temporaryImage_2."_L1 + suffix;
     workspace.inputPath = base + u'/' + inputName;
     workspace.outputPath = base + u'/' + outputName;
     workspace.inputName = plain ? workspace.inputPath : inputName;
@@ -44,7 +46,7 @@ Workspace makeWorkspace(const QString& sourcePath)
 
 QString makePrivateFolder()
 {
-    QTemporaryDir folder(temporaryLocation() + QLatin1String("/compressXXXXXX"));
+    QTemporaryDir folder(temporaryLocation() + "/compressXXXXXX"_L1);
     folder.setAutoRemove(false);
     return folder.isValid() ? folder.path() : QString();
 }

@@ -10,6 +10,8 @@
 #include "image/Delivery.h"
 #include "log/DebugLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool deliver(Verdict::Delivery delivery, const Workspace& workspace, const QString& outputPath)
@@ -30,9 +32,8 @@ bool deliver(Verdict::Delivery delivery, const Workspace& workspace, const QStri
 } // namespace
 
 WorkspaceJob::WorkspaceJob(const Encoder& encoder, const QVariantMap& params)
-    : mEncoder(encoder), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
-      mOutputPath(params.value(QStringLiteral("outputPath")).toString()),
-      mQuality(params.value(QStringLiteral("quality")).toString())
+    : mEncoder(encoder), mInputPath(params.value(u"inputPath"_s).toString()),
+      mOutputPath(params.value(u"outputPath"_s).toString()), mQuality(params.value(u"quality"_s).toString())
 {
 }
 

@@ -2,6 +2,8 @@
 
 #include <QJsonArray>
 
+using namespace Qt::StringLiterals;
+
 using namespace Vantor;
 
 namespace {
@@ -19,72 +21,72 @@ QJsonValue timestamp(qint64 value)
 QJsonObject json(const VideoStreamDescription& video)
 {
     return {
-        {QStringLiteral("index"), video.index},
-        {QStringLiteral("mediaType"), video.mediaType},
-        {QStringLiteral("codecId"), video.codecId},
-        {QStringLiteral("timeBase"), json(video.timeBase)},
-        {QStringLiteral("codecTag"), static_cast<qint64>(video.codecTag)},
-        {QStringLiteral("pixelFormat"), video.pixelFormat},
-        {QStringLiteral("width"), video.width},
-        {QStringLiteral("height"), video.height},
-        {QStringLiteral("frameRate"), json(video.frameRate)},
-        {QStringLiteral("durationMs"), video.durationMs},
-        {QStringLiteral("bitRate"), video.bitRate},
-        {QStringLiteral("sampleAspectRatio"), json(video.sampleAspectRatio)},
-        {QStringLiteral("rotation"), video.rotation},
-        {QStringLiteral("isAttachedPicture"), video.isAttachedPicture},
+        {u"index"_s, video.index},
+        {u"mediaType"_s, video.mediaType},
+        {u"codecId"_s, video.codecId},
+        {u"timeBase"_s, json(video.timeBase)},
+        {u"codecTag"_s, static_cast<qint64>(video.codecTag)},
+        {u"pixelFormat"_s, video.pixelFormat},
+        {u"width"_s, video.width},
+        {u"height"_s, video.height},
+        {u"frameRate"_s, json(video.frameRate)},
+        {u"durationMs"_s, video.durationMs},
+        {u"bitRate"_s, video.bitRate},
+        {u"sampleAspectRatio"_s, json(video.sampleAspectRatio)},
+        {u"rotation"_s, video.rotation},
+        {u"isAttachedPicture"_s, video.isAttachedPicture},
     };
 }
 
 QJsonObject json(const AudioStreamDescription& audio)
 {
     return {
-        {QStringLiteral("index"), audio.index},
-        {QStringLiteral("mediaType"), audio.mediaType},
-        {QStringLiteral("codecId"), audio.codecId},
-        {QStringLiteral("timeBase"), json(audio.timeBase)},
-        {QStringLiteral("sampleFormat"), audio.sampleFormat},
-        {QStringLiteral("channels"), audio.channels},
-        {QStringLiteral("sampleRate"), audio.sampleRate},
-        {QStringLiteral("durationMs"), audio.durationMs},
-        {QStringLiteral("bitRate"), audio.bitRate},
-        {QStringLiteral("channelLayout"), static_cast<qint64>(audio.channelLayout)},
-        {QStringLiteral("codecTag"), static_cast<qint64>(audio.codecTag)},
+        {u"index"_s, audio.index},
+        {u"mediaType"_s, audio.mediaType},
+        {u"codecId"_s, audio.codecId},
+        {u"timeBase"_s, json(audio.timeBase)},
+        {u"sampleFormat"_s, audio.sampleFormat},
+        {u"channels"_s, audio.channels},
+        {u"sampleRate"_s, audio.sampleRate},
+        {u"durationMs"_s, audio.durationMs},
+        {u"bitRate"_s, audio.bitRate},
+        {u"channelLayout"_s, static_cast<qint64>(audio.channelLayout)},
+        {u"codecTag"_s, static_cast<qint64>(audio.codecTag)},
     };
 }
 
 QJsonObject json(const SubtitleStreamDescription& subtitle)
 {
     return {
-        {QStringLiteral("index"), subtitle.index},
-        {QStringLiteral("isTextSubtitle"), subtitle.isTextSubtitle},
+        {u"index"_s, subtitle.index},
+        {u"isTextSubtitle"_s, subtitle.isTextSubtitle},
     };
 }
 
 QJsonObject json(const StreamDescription& stream)
 {
     return {
-        {QStringLiteral("index"), stream.index},
-        {QStringLiteral("mediaType"), stream.mediaType},
-        {QStringLiteral("codecId"), stream.codecId},
-        {QStringLiteral("timeBase"), json(stream.timeBase)},
+        {u"index"_s, stream.index},
+        {u"mediaType"_s, stream.mediaType},
+        {u"codecId"_s, stream.codecId},
+        {u"timeBase"_s, json(stream.timeBase)},
     };
 }
 
 QJsonObject json(const VobChapter& chapter)
 {
     return {
-        {QStringLiteral("streamIndex"), chapter.streamIndex},
-        {QStringLiteral("mediaType"), chapter.mediaType},
-        {QStringLiteral("headPosInFile"), chapter.headPosInFile},
-        {QStringLiteral("tailPosInFile"), chapter.tailPosInFile},
-        {QStringLiteral("outPtsBase"), chapter.outPtsBase},
-        {QStringLiteral("outDtsBase"), chapter.outDtsBase},
-        {QStringLiteral("firstPts"), chapter.firstPts},
-        {QStringLiteral("firstDts"), chapter.firstDts},
-        {QStringLiteral("lastPts"), chapter.lastPts},
-        {QStringLiteral("lastDts"), chapter.lastDts},
-        {QStringLiteral("startedWithoutPts"), chapter.startedWithoutPts},
+        {u"streamIndex"_s, chapter.streamIndex},
+        {u"mediaType"_s, chapter.mediaType},
+        {u"headPosInFile"_s, chapter.headPosInFile},
+        {u"tailPosInFile"_s, chapter.tailPosInFile},
+        {u"outPtsBase"_s, chapter.outPtsBase},
+        {u"outDtsBase"_s, chapter.outDtsBase},
+        {u"firstPts"_s, chapter.firstPts},
+        {u"firstDts"_s, chapter.firstDts},
+        {u"lastPts"_s, chapter.lastPts},
+        {u"lastDts"_s, chapter.lastDts},
+        {u"startedWithoutPts"_s, chapter.startedWithoutPts},
     };
 }
 
@@ -102,14 +104,14 @@ QJsonArray json(const QList<QSharedPointer<Description>>& list)
 QJsonObject mediaJson(const MediaDescription& media)
 {
     return {
-        {QStringLiteral("durationMs"), media.durationMs},
-        {QStringLiteral("startTimeMs"), media.startTimeMs},
-        {QStringLiteral("bitRate"), media.bitRate},
-        {QStringLiteral("formatLongName"), media.formatLongName},
-        {QStringLiteral("videoStreams"), json(media.videoStreams)},
-        {QStringLiteral("audioStreams"), json(media.audioStreams)},
-        {QStringLiteral("subtitleStreams"), json(media.subtitleStreams)},
-        {QStringLiteral("streams"), json(media.streams)},
+        {u"durationMs"_s, media.durationMs},
+        {u"startTimeMs"_s, media.startTimeMs},
+        {u"bitRate"_s, media.bitRate},
+        {u"formatLongName"_s, media.formatLongName},
+        {u"videoStreams"_s, json(media.videoStreams)},
+        {u"audioStreams"_s, json(media.audioStreams)},
+        {u"subtitleStreams"_s, json(media.subtitleStreams)},
+        {u"streams"_s, json(media.streams)},
     };
 }
 
@@ -119,20 +121,20 @@ QJsonObject chaptersJson(const VobChapterList& list)
     for (const VobChapter& chapter : list.chapters)
         chapters.append(json(chapter));
     return {
-        {QStringLiteral("chapters"), chapters},
-        {QStringLiteral("audioPtsFromDts"), list.audioPtsFromDts},
+        {u"chapters"_s, chapters},
+        {u"audioPtsFromDts"_s, list.audioPtsFromDts},
     };
 }
 
 QJsonObject packetJson(const AVPacket& packet)
 {
     return {
-        {QStringLiteral("streamIndex"), packet.stream_index},
-        {QStringLiteral("pts"), timestamp(packet.pts)},
-        {QStringLiteral("dts"), timestamp(packet.dts)},
-        {QStringLiteral("duration"), qint64(packet.duration)},
-        {QStringLiteral("pos"), qint64(packet.pos)},
-        {QStringLiteral("size"), packet.size},
-        {QStringLiteral("flags"), packet.flags},
+        {u"streamIndex"_s, packet.stream_index},
+        {u"pts"_s, timestamp(packet.pts)},
+        {u"dts"_s, timestamp(packet.dts)},
+        {u"duration"_s, qint64(packet.duration)},
+        {u"pos"_s, qint64(packet.pos)},
+        {u"size"_s, packet.size},
+        {u"flags"_s, packet.flags},
     };
 }

@@ -14,6 +14,8 @@
 #include "standins/VantorBaseStandIn.h"
 #include "tools/MediaJson.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Wanted
@@ -41,12 +43,12 @@ bool dump(const QString& path, const Wanted& wanted)
     const bool opened = demuxer->open(path);
     Vantor::setRecordSink({});
     if (!opened) {
-        reasons.prepend(path + QLatin1String(": cannot be opened"));
-        std::fprintf(stderr, "mediadump: %s\n", qPrintable(reasons.join(QLatin1String("\n  "))));
+        reasons.prepend(path + ": cannot be opened"_L1);
+        std::fprintf(stderr, "mediadump: %s\n", qPrintable(reasons.join("\n  "_L1)));
         return false;
     }
     QJsonObject object = mediaJson(*Vantor::describeMedia(*demuxer));
-    object.insert(QStringLiteral("path"), path);
+    object.insert(u"path"_s, path);
     print(object);
     if (wanted.chapters) {
         const auto list = Vantor::VobChapterScanner::instance().chapters(path);
@@ -64,19 +66,15 @@ bool dump(const QString& path, const Wanted& wanted)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
 
-    const QCommandLineOption chapters(QStringLiteral("chapters"),
-                                      QStringLiteral("Behind it the list of its VOB chapters."));
-    const QCommandLineOption packets(QStringLiteral("packets"),
-                                     QStringLiteral("Behind that a line a packet, on the output timeline."));
-    const QCommandLineOption vob(QStringLiteral("vob"),
-                                 QStringLiteral("Read the file as a VOB, whatever its suffix."));
+    const QCommandLineOption chapters(u"chapters"_s, u"Behind it the list of its VOB chapters."_s);
+    const QCommandLineOption packets(u"packets"_s, u"Behind that a line a packet, on the output timeline."_s);
+    const QCommandLineOption vob(u"vob"_s, u"Read the file as a VOB, whatever its suffix."_s);
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Prints the description of media files, as lines of JSON: one object a file."));
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("A file."),
-                                 QStringLiteral("FILE..."));
+        u"Prints the description of media files, as lines of JSON: one object a file."_s);
+    parser.addPositionalArgument(u"FILE"_s, u"A file."_s, u"FILE..."_s);
     parser.addOptions({chapters, packets, vob});
     parser.addHelpOption();
     parser.process(application);

@@ -25,6 +25,8 @@
 
 #include "video/VideoCompressor.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double kLengthToleranceS = 0.2;
@@ -49,16 +51,14 @@ struct Probe
     int count(const QString& type) const
     {
         return static_cast<int>(std::count_if(streams.begin(), streams.end(), [&](const QJsonValue& stream) {
-            return stream[QLatin1String("codec_type")].toString() == type;
+            return stream["codec_type"_L1].toString() == type;
         }));
     }
     QString pictureSize() const
     {
         for (const QJsonValue stream : streams) {
-            if (stream[QLatin1String("codec_type")] == QLatin1String("video"))
-                return QStringLiteral("%1:%2")
-                    .arg(stream[QLatin1String("width")].toInt())
-                    .arg(stream[QLatin1String("height")].toInt());
+            if (stream["codec_type"_L1] == "video"_L1)
+                return u"%1:%2"_s.arg(stream["width"_L1].toInt()).arg(stream["height"_L1].toInt());
         }
         return {};
     }
@@ -75,24 +75,20 @@ QByteArray outputOf(const QString& program, const QStringList& arguments)
 // By decoding: a container may not know, or promise more than it holds.
 double decodedSeconds(const QString& path)
 {
-    const QByteArray progress = outputOf(
-        QStringLiteral("ffmpeg"), {QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("quiet"),
-                                   QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("null"),
-                                   QStringLiteral("-progress"), QStringLiteral("-"), QStringLiteral("-")});
+    const QByteArray progress = outputOf(u"ffmpeg"_s, {u"-nostdin"_s, u"-v"_s, u"quiet"_s, u"-i"_s, path,
+                                                       u"-f"_s, u"null"_s, u"-progress"_s, u"-"_s, u"-"_s});
     const qsizetype last = progress.lastIndexOf("out_time_us=");
     return last < 0 ? 0 : progress.mid(last + 12, progress.indexOf('\n', last) - last - 12).toDouble() / 1e6;
 }
 
 Probe probe(const QString& path)
 {
-    const QByteArray json =
-        outputOf(QStringLiteral("ffprobe"),
-                 {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_streams"),
-                  QStringLiteral("-show_format"), QStringLiteral("-of"), QStringLiteral("json"), path});
+    const QByteArray json = outputOf(u"ffprobe"_s, {u"-v"_s, u"error"_s, u"-show_streams"_s,
+                                                    u"-show_format"_s, u"-of"_s, u"json"_s, path});
     const QJsonObject found = QJsonDocument::fromJson(json).object();
     Probe result;
-    result.streams = found[QLatin1String("streams")].toArray();
-    result.seconds = found[QLatin1String("format")][QLatin1String("duration")].toString().toDouble();
+    result.streams = found["streams"_L1].toArray();
+    result.seconds = found["format"_L1]["duration"_L1].toString().toDouble();
     return result;
 }
 
@@ -114,13 +110,13 @@ int wantedStreams(const QStringList& fragments, const Probe& source, const QStri
 {
     const QString all = fragments.join(u' ');
     const int has = source.count(type);
-    if (all.contains(QLatin1String("-map 0 ")))
+    if (all.contains("-map 0 "_L1))
         return has;
-    if (!all.contains(QLatin1String("-map 0:")))
-        return type == QLatin1String("subtitle") ? -1 : std::min(has, 1);
-    if (type == QLatin1String("video"))
-        return all.contains(QLatin1String("-map 0:v")) ? 1 : 0;
-    return all.contains(QLatin1String("-map 0:") + type[0]) ? has : 0;
+    if (!all.contains("-map 0:"_L1))
+        return type == "subtitle"_L1 ? -1 : std::min(has, 1);
+    if (type == "video"_L1)
+        return all.contains("-map 0:v"_L1) ? 1 : 0;
+    return all.contains("-map 0:"_L1 + type[0]) ? has : 0;
 }
 
 struct Finish
@@ -172,8 +168,8 @@ void Sweep::source(const QString& path, const QStringList& containers)
             const QString cell = outcome(path, source, container, static_cast<Command>(command));
             mCells[command][name + u'/' + container] = cell;
             if (cell.contains(u':'))
-                mFaults << QStringLiteral("%1 into %2, %3: %4")
-                               .arg(name, container, QLatin1String(kCommandTitles[command]), cell);
+                mFaults << u"%1 into %2, %3: %4"_s.arg(name, container,
+                                                       QLatin1String(kCommandTitles[command]), cell);
         }
     }
     QTextStream(stderr) << name << '\n';
@@ -184,16 +180,16 @@ QString Sweep::outcome(const QString& path, const Probe& source, const QString& 
     static const char* const kScales[] = {"1", "2", "4"};
     // The temporary location of the run lies inside.
     static const QString base = QDir::tempPath();
-    const QTemporaryDir folder(base + QStringLiteral("/video-outcomes-XXXXXX"));
-    const QDir temporary(folder.filePath(QStringLiteral("tmp")));
-    temporary.mkpath(QStringLiteral("."));
+    const QTemporaryDir folder(base + u"/video-outcomes-XXXXXX"_s);
+    const QDir temporary(folder.filePath(u"tmp"_s));
+    temporary.mkpath(u"."_s);
     qputenv("TMPDIR", QFile::encodeName(temporary.path()));
-    const QString output = folder.filePath(QStringLiteral("out.") + container);
-    VideoCompressor task({{QStringLiteral("inputPath"), path},
-                          {QStringLiteral("outputPath"), output},
-                          {QStringLiteral("isPercentage"), command == Size},
-                          {QStringLiteral("quality"), command == Size ? 50 : 28},
-                          {QStringLiteral("scale"), QLatin1String(kScales[command])}});
+    const QString output = folder.filePath(u"out."_s + container);
+    VideoCompressor task({{u"inputPath"_s, path},
+                          {u"outputPath"_s, output},
+                          {u"isPercentage"_s, command == Size},
+                          {u"quality"_s, command == Size ? 50 : 28},
+                          {u"scale"_s, QLatin1String(kScales[command])}});
     const Finish finish = run(task, command);
     const bool exists = QFileInfo::exists(output);
     // The monitor of a success ends behind ffmpeg's end marker, at its next look.
@@ -203,18 +199,17 @@ QString Sweep::outcome(const QString& path, const Probe& source, const QString& 
     while (!temporary.entryList(all).isEmpty() && waiting.elapsed() < 2000)
         QThread::msleep(10);
     if (!temporary.entryList(all).isEmpty())
-        return QStringLiteral("left behind: ") + temporary.entryList(all).join(u' ');
+        return u"left behind: "_s + temporary.entryList(all).join(u' ');
     if (finish.code != 0) {
         if (exists || finish.text.isEmpty())
-            return QStringLiteral("failed: but with an output or without a text");
+            return u"failed: but with an output or without a text"_s;
         return QString::number(finish.code);
     }
     const QStringList fragments = command == Sample ? task.buildSampleCommand()
                                   : command == Size ? task.buildSizeCommand()
                                                     : task.buildQualityCommand();
-    const QString fault =
-        exists ? judgeResult(output, source, fragments, command) : QStringLiteral("no output");
-    return fault.isEmpty() ? QStringLiteral("plays") : QStringLiteral("differs: ") + fault;
+    const QString fault = exists ? judgeResult(output, source, fragments, command) : u"no output"_s;
+    return fault.isEmpty() ? u"plays"_s : u"differs: "_s + fault;
 }
 
 QString Sweep::judgeResult(const QString& output, const Probe& source, const QStringList& fragments,
@@ -222,19 +217,19 @@ QString Sweep::judgeResult(const QString& output, const Probe& source, const QSt
 {
     const Probe result = probe(output);
     if (result.isEmpty())
-        return QStringLiteral("does not open");
+        return u"does not open"_s;
     for (const char* type : {"video", "audio", "subtitle"}) {
         const QString name = QLatin1String(type);
         const int wanted = wantedStreams(fragments, source, name);
         if (wanted >= 0 && result.count(name) != wanted)
-            return QStringLiteral("%1 %2 streams for %3").arg(result.count(name)).arg(name).arg(wanted);
+            return u"%1 %2 streams for %3"_s.arg(result.count(name)).arg(name).arg(wanted);
     }
-    const QString size = valueOf(fragments, QStringLiteral("scale="));
-    if (result.count(QStringLiteral("video")) > 0 && !size.isEmpty() && result.pictureSize() != size)
-        return QStringLiteral("%1 for %2").arg(result.pictureSize(), size);
+    const QString size = valueOf(fragments, u"scale="_s);
+    if (result.count(u"video"_s) > 0 && !size.isEmpty() && result.pictureSize() != size)
+        return u"%1 for %2"_s.arg(result.pictureSize(), size);
     const double wantedSeconds = command == Sample ? std::min(source.seconds, kSampleS) : source.seconds;
     if (source.seconds > 0 && std::abs(result.seconds - wantedSeconds) > kLengthToleranceS)
-        return QStringLiteral("%1 s for %2 s").arg(result.seconds, 0, 'f', 1).arg(wantedSeconds, 0, 'f', 1);
+        return u"%1 s for %2 s"_s.arg(result.seconds, 0, 'f', 1).arg(wantedSeconds, 0, 'f', 1);
     return {};
 }
 
@@ -242,9 +237,8 @@ void Sweep::print(const QStringList& containers) const
 {
     QTextStream out(stdout);
     for (int command = 0; command < CommandCount; ++command) {
-        out << "\n## " << kCommandTitles[command] << "\n\n| source | "
-            << containers.join(QLatin1String(" | ")) << " |\n|"
-            << QStringLiteral("---|").repeated(containers.size() + 1) << '\n';
+        out << "\n## " << kCommandTitles[command] << "\n\n| source | " << containers.join(" | "_L1) << " |\n|"
+            << u"---|"_s.repeated(containers.size() + 1) << '\n';
         for (const QString& source : mSources) {
             out << "| " << source;
             for (const QString& container : containers)
@@ -261,12 +255,11 @@ void Sweep::print(const QStringList& containers) const
 int main(int argc, char** argv)
 {
     const QCoreApplication app(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     QStringList sources = app.arguments().mid(1);
-    QStringList containers{QStringLiteral("mp4"), QStringLiteral("mov"),  QStringLiteral("mkv"),
-                           QStringLiteral("m4v"), QStringLiteral("avi"),  QStringLiteral("flv"),
-                           QStringLiteral("f4v"), QStringLiteral("m2ts"), QStringLiteral("webm")};
-    if (sources.value(0) == QLatin1String("--containers")) {
+    QStringList containers{u"mp4"_s, u"mov"_s, u"mkv"_s,  u"m4v"_s, u"avi"_s,
+                           u"flv"_s, u"f4v"_s, u"m2ts"_s, u"webm"_s};
+    if (sources.value(0) == "--containers"_L1) {
         containers = sources.value(1).split(u',');
         sources = sources.mid(2);
     }

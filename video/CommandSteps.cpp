@@ -18,6 +18,8 @@
 #include "video/PictureSize.h"
 #include "video/TargetBitrate.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The first build of a process takes number 2.
@@ -75,15 +77,15 @@ QString audioCodecElement(const QString& outputPath)
         QLatin1String element;
     } kAudioCodecs[] = {
         // Disc players know AC-3, not AAC.
-        {QLatin1String("m2ts"), QLatin1String("-c:a ac3")},
-        {QLatin1String("mkv"), QLatin1String("-c:a aac")},
-        {QLatin1String("mp4"), QLatin1String("-c:a aac")},
-        {QLatin1String("mov"), QLatin1String("-c:a aac")},
-        {QLatin1String("m4v"), QLatin1String("-c:a aac")},
-        {QLatin1String("f4v"), QLatin1String("-c:a aac")},
+        {"m2ts"_L1, "-c:a ac3"_L1},
+        {"mkv"_L1, "-c:a aac"_L1},
+        {"mp4"_L1, "-c:a aac"_L1},
+        {"mov"_L1, "-c:a aac"_L1},
+        {"m4v"_L1, "-c:a aac"_L1},
+        {"f4v"_L1, "-c:a aac"_L1},
         // The older containers' players expect MP3.
-        {QLatin1String("avi"), QLatin1String("-c:a mp3")},
-        {QLatin1String("flv"), QLatin1String("-c:a mp3")},
+        {"avi"_L1, "-c:a mp3"_L1},
+        {"flv"_L1, "-c:a mp3"_L1},
     };
     const QString suffix = outputSuffix(outputPath);
     for (const auto& row : kAudioCodecs) {
@@ -95,28 +97,26 @@ QString audioCodecElement(const QString& outputPath)
 
 QStringList inputElements(const QString& inputPath)
 {
-    return {QStringLiteral("-i"), quotedPath(inputPath), QStringLiteral("-c:v libx264"),
-            QStringLiteral("-pix_fmt yuv420p")};
+    return {u"-i"_s, quotedPath(inputPath), u"-c:v libx264"_s, u"-pix_fmt yuv420p"_s};
 }
 
 QStringList bitrateElements(const QString& inputPath, const QString& percentage, qint64 durationMs)
 {
     const auto source = Vantor::getMediaInfo(inputPath, -1, true);
     const QString bitrate = QString::number(targetBitrateKbit(*source, percentage, durationMs)) + u'k';
-    return {QStringLiteral("-vb"), bitrate, QLatin1String("-minrate ") + bitrate,
-            QLatin1String("-maxrate ") + bitrate, QLatin1String("-bufsize ") + bitrate};
+    return {u"-vb"_s, bitrate, "-minrate "_L1 + bitrate, "-maxrate "_L1 + bitrate, "-bufsize "_L1 + bitrate};
 }
 
 QStringList outputElements(const QString& outputPath, const QString& progressFilePath)
 {
-    return {quotedPath(outputPath), QStringLiteral("-progress"), quotedPath(progressFilePath)};
+    return {quotedPath(outputPath), u"-progress"_s, quotedPath(progressFilePath)};
 }
 
 QString scaleElement(const SourceProbe& source, const QString& scale)
 {
     const auto stream = source.chosenVideoStream();
     const QSize size = scaledSize(stream ? displaySize(*stream) : QSize(0, 0), scale);
-    return QStringLiteral("scale=%1:%2").arg(size.width()).arg(size.height());
+    return u"scale=%1:%2"_s.arg(size.width()).arg(size.height());
 }
 
 int encoderThreadCount()
@@ -131,5 +131,5 @@ int encoderThreadCount()
 QString nextProgressFilePath()
 {
     const qint32 number = ++progressFileCounter;
-    return QDir::cleanPath(temporaryLocation() + u'/' + QStringLiteral("progress_%1.txt").arg(number));
+    return QDir::cleanPath(temporaryLocation() + u'/' + u"progress_%1.txt"_s.arg(number));
 }

@@ -7,6 +7,8 @@
 
 #include "demux/MediaDescription.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kSideMultiple = 4;
@@ -71,8 +73,7 @@ QSize displaySize(const Vantor::VideoStreamDescription& stream)
 
 int divisorOf(const QString& scale)
 {
-    static const QMap<QString, int> kDivisors{
-        {QStringLiteral("1"), 1}, {QStringLiteral("2"), 2}, {QStringLiteral("4"), 4}};
+    static const QMap<QString, int> kDivisors{{u"1"_s, 1}, {u"2"_s, 2}, {u"4"_s, 4}};
     return kDivisors.value(scale, 0);
 }
 

@@ -6,6 +6,8 @@
 #include "image/CommandLine.h"
 #include "video/CommandSteps.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // One bitmap subtitle suppresses all: no container takes both kinds through one codec option.
@@ -20,17 +22,16 @@ QStringList streamElements(const SourceProbe& source, const QString& outputPath)
     const Vantor::MediaDescription& media = *source.media;
     QStringList elements;
     if (!media.videoStreams.isEmpty())
-        elements << (source.coverComesFirst() ? QStringLiteral("-map 0:v:1") : QStringLiteral("-map 0:v:0"));
+        elements << (source.coverComesFirst() ? u"-map 0:v:1"_s : u"-map 0:v:0"_s);
     if (!media.audioStreams.isEmpty()) {
         const QString audioCodec = audioCodecElement(outputPath);
         if (!audioCodec.isEmpty())
             elements << audioCodec;
-        elements << QStringLiteral("-ac 2") << QStringLiteral("-map 0:a");
+        elements << u"-ac 2"_s << u"-map 0:a"_s;
     }
     if (!media.subtitleStreams.isEmpty() && onlyTextSubtitles(media)) {
-        const bool mp4 = outputSuffix(outputPath) == QLatin1String("mp4");
-        elements << (mp4 ? QStringLiteral("-c:s mov_text") : QStringLiteral("-c:s copy"))
-                 << QStringLiteral("-map 0:s");
+        const bool mp4 = outputSuffix(outputPath) == "mp4"_L1;
+        elements << (mp4 ? u"-c:s mov_text"_s : u"-c:s copy"_s) << u"-map 0:s"_s;
     }
     return elements;
 }
@@ -45,8 +46,8 @@ QStringList VideoCompressor::buildQualityCommand()
     mDurationMs = source.sourceDurationMs();
 
     QStringList command = inputElements(mInputPath);
-    command << streamElements(source, mOutputPath) << QStringLiteral("-preset veryfast")
-            << QStringLiteral("-crf") << mQuality << transcodeElements(source);
+    command << streamElements(source, mOutputPath) << u"-preset veryfast"_s << u"-crf"_s << mQuality
+            << transcodeElements(source);
     return command;
 }
 
@@ -54,9 +55,8 @@ QStringList VideoCompressor::buildQualityCommand()
 QStringList VideoCompressor::transcodeElements(const SourceProbe& source)
 {
     mProgressFilePath = nextProgressFilePath();
-    QStringList elements{
-        QStringLiteral("-vf"), scaleElement(source, mScale), QStringLiteral("-filter_threads 1"),
-        QStringLiteral("-y"),  QStringLiteral("-threads"),   QString::number(encoderThreadCount())};
+    QStringList elements{u"-vf"_s,      scaleElement(source, mScale),         u"-filter_threads 1"_s, u"-y"_s,
+                         u"-threads"_s, QString::number(encoderThreadCount())};
     elements << outputElements(mOutputPath, mProgressFilePath);
     return elements;
 }

@@ -4,6 +4,8 @@
 #include "video/CommandSteps.h"
 #include "video/PictureSize.h"
 
+using namespace Qt::StringLiterals;
+
 QStringList VideoCompressor::buildSampleCommand()
 {
     const SourceProbe source(mInputPath);
@@ -11,15 +13,15 @@ QStringList VideoCompressor::buildSampleCommand()
         return {};
 
     QStringList command = inputElements(mInputPath);
-    command << QStringLiteral("-preset veryfast");
+    command << u"-preset veryfast"_s;
     if (mIsPercentage)
         command << bitrateElements(mInputPath, mPercentage, source.describedDurationMs());
     else
-        command << QStringLiteral("-crf") << mQuality;
+        command << u"-crf"_s << mQuality;
     // A sample at full size keeps the source's picture, also where a transcode would round it.
     if (divisorOf(mScale) > 1)
-        command << QStringLiteral("-vf") << scaleElement(source, mScale);
-    command << QStringLiteral("-ac 2") << QStringLiteral("-y") << QStringLiteral("-t 15");
+        command << u"-vf"_s << scaleElement(source, mScale);
+    command << u"-ac 2"_s << u"-y"_s << u"-t 15"_s;
     mProgressFilePath = nextProgressFilePath();
     command << outputElements(mOutputPath, mProgressFilePath);
     return command;

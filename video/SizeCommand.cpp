@@ -3,15 +3,17 @@
 #include "demux/MediaDescription.h"
 #include "video/CommandSteps.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString copyElement(const Vantor::MediaDescription& media)
 {
     const auto& subtitles = media.subtitleStreams;
     if (media.audioStreams.size() > 1 || subtitles.size() > 1)
-        return QStringLiteral("-map 0 -c:s copy");
+        return u"-map 0 -c:s copy"_s;
     if (subtitles.size() == 1 && subtitles[0]->isTextSubtitle)
-        return QStringLiteral("-c:s copy");
+        return u"-c:s copy"_s;
     return {};
 }
 
@@ -29,7 +31,7 @@ QStringList VideoCompressor::buildSizeCommand()
         if (!element.isEmpty())
             command << element;
     }
-    command << QStringLiteral("-ac 2") << QStringLiteral("-preset veryfast")
-            << bitrateElements(mInputPath, mPercentage, mDurationMs) << transcodeElements(source);
+    command << u"-ac 2"_s << u"-preset veryfast"_s << bitrateElements(mInputPath, mPercentage, mDurationMs)
+            << transcodeElements(source);
     return command;
 }

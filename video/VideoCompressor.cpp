@@ -13,6 +13,8 @@
 #include "image/Platform.h"
 #include "log/DebugLine.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr float kSampleDurationMs = 15000.0F;
@@ -20,14 +22,14 @@ constexpr float kSampleDurationMs = 15000.0F;
 } // namespace
 
 VideoCompressor::VideoCompressor(const QVariantMap& params)
-    : CompressTask(params), mInputPath(params.value(QStringLiteral("inputPath")).toString()),
-      mOutputPath(params.value(QStringLiteral("outputPath")).toString()),
-      mIsPercentage(params.value(QStringLiteral("isPercentage")).toBool()), mNames(mInputPath, mOutputPath)
+    : CompressTask(params), mInputPath(params.value(u"inputPath"_s).toString()),
+      mOutputPath(params.value(u"outputPath"_s).toString()),
+      mIsPercentage(params.value(u"isPercentage"_s).toBool()), mNames(mInputPath, mOutputPath)
 {
     QString& quality = mIsPercentage ? mPercentage : mQuality;
-    quality = params.value(QStringLiteral("quality")).toString();
-    mPreset = params.value(QStringLiteral("preset")).toString();
-    mScale = params.value(QStringLiteral("scale")).toString();
+    quality = params.value(u"quality"_s).toString();
+    mPreset = params.value(u"preset"_s).toString();
+    mScale = params.value(u"scale"_s).toString();
 }
 
 bool VideoCompressor::start()

@@ -5,6 +5,8 @@
 #include "host/cli/OptionTable.h"
 #include "host/job/Format.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr char kUsageLines[] = "Usage: vxcompress [options] INPUT OUTPUT\n"
@@ -32,9 +34,8 @@ constexpr int kWidth = 80;
 
 QString optionText(const OptionRow& row)
 {
-    QString text =
-        row.shortName ? QStringLiteral("  -%1, ").arg(QLatin1Char(row.shortName)) : QStringLiteral("      ");
-    text += QLatin1String("--") + QLatin1String(row.longName);
+    QString text = row.shortName ? u"  -%1, "_s.arg(QLatin1Char(row.shortName)) : u"      "_s;
+    text += "--"_L1 + QLatin1String(row.longName);
     if (row.argument)
         text += u' ' + QLatin1String(row.argument);
     return text;
@@ -51,16 +52,15 @@ QString line(const OptionRow& row)
 
 QString suffixLine()
 {
-    return QStringLiteral("The suffix of OUTPUT chooses the encoder: %1;\n%2.\n")
-        .arg(Formats::imageSuffixes().join(QLatin1String(", ")),
-             Formats::videoSuffixes().join(QLatin1String(", ")));
+    return u"The suffix of OUTPUT chooses the encoder: %1;\n%2.\n"_s.arg(
+        Formats::imageSuffixes().join(", "_L1), Formats::videoSuffixes().join(", "_L1));
 }
 
 } // namespace
 
 QString shortHelp()
 {
-    QString text = QStringLiteral("Makes image and video files smaller.\n") + QLatin1String(kUsageLines);
+    QString text = u"Makes image and video files smaller.\n"_s + QLatin1String(kUsageLines);
     for (const OptionRow& row : optionTable()) {
         if (row.isCommon)
             text += line(row);
@@ -70,19 +70,19 @@ QString shortHelp()
 
 QString wholeHelp()
 {
-    QString text = QStringLiteral("Makes image and video files smaller.\n\n") + QLatin1String(kUsageLines) +
-                   u'\n' + suffixLine();
+    QString text =
+        u"Makes image and video files smaller.\n\n"_s + QLatin1String(kUsageLines) + u'\n' + suffixLine();
     const char* group = nullptr;
     for (const OptionRow& row : optionTable()) {
         if (row.group != group)
-            text += QStringLiteral("\n%1:\n").arg(QLatin1String(row.group));
+            text += u"\n%1:\n"_s.arg(QLatin1String(row.group));
         group = row.group;
         QString option = line(row);
         if (row.fallback) {
             option.chop(1);
-            const QString fallback = QStringLiteral("[%1]").arg(QLatin1String(row.fallback));
+            const QString fallback = u"[%1]"_s.arg(QLatin1String(row.fallback));
             const bool fits = option.size() - option.lastIndexOf(u'\n') + fallback.size() < kWidth;
-            option += (fits ? QStringLiteral(" ") : u'\n' + QString(kOptionColumn, u' ')) + fallback + u'\n';
+            option += (fits ? u" "_s : u'\n' + QString(kOptionColumn, u' ')) + fallback + u'\n';
         }
         text += option;
     }

@@ -7,11 +7,13 @@
 #include "host/cli/OptionTable.h"
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 NoJob usage(const QString& text)
 {
-    return {kUsage, text + QStringLiteral(" (vxcompress --help tells more)")};
+    return {kUsage, text + u" (vxcompress --help tells more)"_s};
 }
 
 std::optional<double> numberIn(const QString& text, double low, double high)
@@ -50,7 +52,7 @@ public:
                 names.append(QString(QLatin1Char(row.shortName)));
             mParser.addOption(QCommandLineOption(names, QString(), QLatin1String(row.argument)));
         }
-        mParser.addPositionalArgument(QStringLiteral("INPUT"), QString());
+        mParser.addPositionalArgument(u"INPUT"_s, QString());
     }
 
     bool parse(const QStringList& arguments) { return mParser.parse(arguments); }
@@ -100,8 +102,7 @@ QString readSwitches(const Parser& parser, Options& options)
     };
     for (const auto& [one, other] : kExclusive) {
         if (parser.has(one) && parser.has(other))
-            return QStringLiteral("give --%1 or --%2, not both")
-                .arg(QLatin1String(one), QLatin1String(other));
+            return u"give --%1 or --%2, not both"_s.arg(QLatin1String(one), QLatin1String(other));
     }
     return {};
 }
@@ -126,17 +127,17 @@ QString readNumbers(const Parser& parser, Options& options)
             continue;
         const auto number = wholeNumberIn(parser.value(row.name), row.low, row.high);
         if (!number) {
-            return QStringLiteral("--%1 takes a number from %2 to %3, not \"%4\"")
-                .arg(QLatin1String(row.name), QString::number(row.low), QString::number(row.high),
-                     parser.value(row.name));
+            return u"--%1 takes a number from %2 to %3, not \"%4\""_s.arg(
+                QLatin1String(row.name), QString::number(row.low), QString::number(row.high),
+                parser.value(row.name));
         }
         options.*row.value = *number;
     }
     if (parser.has("min-savings")) {
         const auto percent = numberIn(parser.value("min-savings"), 0, 100);
         if (!percent)
-            return QStringLiteral("--min-savings takes a percentage from 0 to 100, not \"%1\"")
-                .arg(parser.value("min-savings"));
+            return u"--min-savings takes a percentage from 0 to 100, not \"%1\""_s.arg(
+                parser.value("min-savings"));
         options.minSavings = *percent;
     }
     return {};
@@ -147,23 +148,20 @@ QString readAims(const Parser& parser, Options& options)
     if (parser.has("quality")) {
         options.quality = wholeNumberIn(parser.value("quality"), 0, 100);
         if (!options.quality)
-            return QStringLiteral(
-                       "--quality takes a whole number: 0 to 100 for images, 0 to 51 for videos; not \"%1\"")
+            return u"--quality takes a whole number: 0 to 100 for images, 0 to 51 for videos; not \"%1\""_s
                 .arg(parser.value("quality"));
     }
     if (parser.has("size")) {
         options.size = sizeIn(parser.value("size"));
         if (!options.size)
-            return QStringLiteral(
-                       "--size takes a percentage from 1 to 100, such as 40%, or a size, such as 8MB or "
-                       "8MiB; not \"%1\"")
-                .arg(parser.value("size"));
+            return u"--size takes a percentage from 1 to 100, such as 40%, or a size, such as 8MB or "
+                   "8MiB; not \"%1\""_s.arg(parser.value("size"));
     }
     if (parser.has("min-ssim")) {
         options.minSsim = numberIn(parser.value("min-ssim"), 0, 1);
         if (!options.minSsim)
-            return QStringLiteral("--min-ssim takes a number from 0 to 1, such as 0.95, not \"%1\"")
-                .arg(parser.value("min-ssim"));
+            return u"--min-ssim takes a number from 0 to 1, such as 0.95, not \"%1\""_s.arg(
+                parser.value("min-ssim"));
     }
     return {};
 }
@@ -176,26 +174,24 @@ QString readChoices(const Parser& parser, Options& options)
             continue;
         const QStringList choices = QString::fromLatin1(row.choices).split(u' ');
         for (const QString& value : parser.values(row.longName)) {
-            const bool isContainer =
-                parser.has("container") && QLatin1String(row.longName) == QLatin1String("format");
-            if (!choices.contains(value, Qt::CaseInsensitive) && value != QLatin1String("jpeg") &&
-                !isContainer)
-                return QStringLiteral("--%1 takes %2, not \"%3\"")
-                    .arg(QLatin1String(row.longName), choices.join(QLatin1String(", ")), value);
+            const bool isContainer = parser.has("container") && QLatin1String(row.longName) == "format"_L1;
+            if (!choices.contains(value, Qt::CaseInsensitive) && value != "jpeg"_L1 && !isContainer)
+                return u"--%1 takes %2, not \"%3\""_s.arg(QLatin1String(row.longName), choices.join(", "_L1),
+                                                          value);
         }
     }
     options.scale = parser.value("scale");
     const QString color = parser.value("color");
-    options.color = color == QLatin1String("always")  ? ColorMode::Always
-                    : color == QLatin1String("never") ? ColorMode::Never
-                                                      : ColorMode::Auto;
+    options.color = color == "always"_L1  ? ColorMode::Always
+                    : color == "never"_L1 ? ColorMode::Never
+                                          : ColorMode::Auto;
     bool hasKind[2] = {false, false};
     for (const QString& suffix : parser.values("format")) {
         const Format* const format = Formats::ofSuffix(suffix, options.anyContainer);
         if (!format)
-            return QStringLiteral("--format: a .%1 cannot be written").arg(suffix);
+            return u"--format: a .%1 cannot be written"_s.arg(suffix);
         if (std::exchange(hasKind[format->isVideo()], true))
-            return QStringLiteral("--format is given twice for the same kind of files");
+            return u"--format is given twice for the same kind of files"_s;
         options.formats.append(suffix);
     }
     return {};
@@ -209,16 +205,16 @@ QString readNames(const Parser& parser, Options& options)
     options.suffix = parser.value("suffix");
     options.filesFrom = parser.value("files-from");
     if (options.inputs.contains(QString()) || (parser.has("output") && options.output.isEmpty()))
-        return QStringLiteral("a file name is empty");
+        return u"a file name is empty"_s;
     if (parser.has("suffix") && (options.suffix.isEmpty() || options.suffix.contains(u'/')))
-        return QStringLiteral("--suffix takes a text without a slash, such as -small");
+        return u"--suffix takes a text without a slash, such as -small"_s;
     if (options.nullSeparated && options.filesFrom.isEmpty())
-        return QStringLiteral("--null is for --files-from");
+        return u"--null is for --files-from"_s;
     if (parser.has("shard")) {
         const auto shard = Shard::parse(parser.value("shard"));
         if (!shard)
-            return QStringLiteral("--shard takes K/N, such as 3/16, with K from 1 to N, not \"%1\"")
-                .arg(parser.value("shard"));
+            return u"--shard takes K/N, such as 3/16, with K from 1 to N, not \"%1\""_s.arg(
+                parser.value("shard"));
         options.shard = *shard;
     }
 
@@ -227,16 +223,16 @@ QString readNames(const Parser& parser, Options& options)
         options.isShortForm = true;
         options.output = options.inputs.takeLast();
         if (!options.formats.isEmpty())
-            return QStringLiteral("give the output's name or --format, not both");
+            return u"give the output's name or --format, not both"_s;
         return {};
     }
     if (options.inputs.isEmpty() && options.filesFrom.isEmpty())
-        return QStringLiteral("needs one input and one output");
+        return u"needs one input and one output"_s;
     // The sizes alone need a format at most.
     if (!hasPlace && !options.deliversNothing())
         return options.inputs.size() == 1 && options.filesFrom.isEmpty()
-                   ? QStringLiteral("needs one input and one output: a name, -o, --suffix or --in-place")
-                   : QStringLiteral("where do the results go? Give -o FOLDER, --suffix TEXT or --in-place");
+                   ? u"needs one input and one output: a name, -o, --suffix or --in-place"_s
+                   : u"where do the results go? Give -o FOLDER, --suffix TEXT or --in-place"_s;
     return {};
 }
 
@@ -252,7 +248,7 @@ std::variant<Options, NoJob> parseOptions(const QStringList& arguments)
     if (parser.has("help"))
         return NoJob{kDelivered, shortHelp()};
     if (parser.has("version"))
-        return NoJob{kDelivered, QStringLiteral("vxcompress %1\n").arg(QLatin1String(VXC_VERSION))};
+        return NoJob{kDelivered, u"vxcompress %1\n"_s.arg(QLatin1String(VXC_VERSION))};
 
     Options options;
     for (const auto read : {readSwitches, readNumbers, readAims, readChoices, readNames}) {

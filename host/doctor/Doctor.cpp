@@ -74,7 +74,7 @@ int runDoctor(const QStringList& arguments)
 {
     QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     Diagnosis diagnosis;
-    diagnosis.version = QStringLiteral(VXC_VERSION);
+    diagnosis.version = QLatin1String(VXC_VERSION);
     diagnosis.qtVersion = QString::fromLatin1(qVersion());
     // Before anything changes them.
     diagnosis.terminal = terminalState();

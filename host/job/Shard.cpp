@@ -6,6 +6,8 @@
 
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kMaxCount = 1'000'000;
@@ -23,7 +25,7 @@ QByteArray bytesOf(const QString& name)
 
 std::optional<Shard> Shard::parse(const QString& text)
 {
-    static const QRegularExpression kForm(QStringLiteral("\\A([1-9][0-9]{0,6})/([1-9][0-9]{0,6})\\z"));
+    static const QRegularExpression kForm(u"\\A([1-9][0-9]{0,6})/([1-9][0-9]{0,6})\\z"_s);
     const QRegularExpressionMatch match = kForm.match(text);
     const Shard shard(match.captured(1).toInt(), match.captured(2).toInt());
     if (!match.hasMatch() || shard.mNumber > shard.mCount || shard.mCount > kMaxCount)

@@ -17,7 +17,7 @@ public:
     static std::optional<Shard> parse(const QString& text);
 
     bool isWhole() const { return mCount == 1; }
-    QString text() const { return QStringLiteral("%1/%2").arg(mNumber).arg(mCount); }
+    QString text() const { return QString::number(mNumber) + u'/' + QString::number(mCount); }
 
     /// Whether a file of this name, folders included, in the text form of NativePath, is in the part. The first eight
     /// bytes of the SHA-1 of the name, without suffix and with small letters for A to Z, are a number, the highest byte

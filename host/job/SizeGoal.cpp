@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 std::optional<SizeGoal> SizeGoal::parse(const QString& text)
 {
     static const struct
@@ -12,15 +14,15 @@ std::optional<SizeGoal> SizeGoal::parse(const QString& text)
         QLatin1String name;
         double bytes;
     } kUnits[] = {
-        {QLatin1String(""), 1},     {QLatin1String("b"), 1},
-        {QLatin1String("kb"), 1e3}, {QLatin1String("kib"), 1024.0},
-        {QLatin1String("mb"), 1e6}, {QLatin1String("mib"), 1024.0 * 1024},
-        {QLatin1String("gb"), 1e9}, {QLatin1String("gib"), 1024.0 * 1024 * 1024},
+        {""_L1, 1},     {"b"_L1, 1},
+        {"kb"_L1, 1e3}, {"kib"_L1, 1024.0},
+        {"mb"_L1, 1e6}, {"mib"_L1, 1024.0 * 1024},
+        {"gb"_L1, 1e9}, {"gib"_L1, 1024.0 * 1024 * 1024},
     };
-    static const QRegularExpression kForm(QStringLiteral("^([0-9]{1,15}(?:\\.[0-9]{1,6})?) ?([a-z]*|%)$"));
+    static const QRegularExpression kForm(u"^([0-9]{1,15}(?:\\.[0-9]{1,6})?) ?([a-z]*|%)$"_s);
 
     const QRegularExpressionMatch match = kForm.match(text.trimmed().toLower());
-    SizeGoal goal(match.captured(1).toDouble(), match.captured(2) == QLatin1String("%"));
+    SizeGoal goal(match.captured(1).toDouble(), match.captured(2) == "%"_L1);
     if (goal.mIsPercent)
         return goal.mAmount > 0 && goal.mAmount <= 100 ? std::optional(goal) : std::nullopt;
     for (const auto& unit : kUnits) {

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kUncompressed = 0;
@@ -27,6 +29,6 @@ ImageReading readBmp(FileWindow& file)
     // The last row may lack the bytes that fill it up. A quotient, since the header may say anything.
     const qint64 left = file.size() - pixels + 3;
     if (file.little(30, 4) == kUncompressed && rowBytes > 0 && left / rowBytes < height)
-        reading.damage = QStringLiteral("the image ends before its last row");
+        reading.damage = u"the image ends before its last row"_s;
     return reading;
 }

@@ -4,6 +4,8 @@
 
 #include "process/ProcessTie.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qsizetype kLogBytes = 1 << 20;
@@ -59,9 +61,9 @@ void FfmpegRun::startFed(const QStringList& feederArguments, const QStringList& 
 void FfmpegRun::launch(QProcess& process, const QStringList& arguments)
 {
     Platform::tieToHost(process);
-    QStringList all{QStringLiteral("-hide_banner"), QStringLiteral("-nostats"), QStringLiteral("-nostdin")};
+    QStringList all{u"-hide_banner"_s, u"-nostats"_s, u"-nostdin"_s};
     all += arguments;
-    process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"), all);
+    process.start(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s, all);
 }
 
 // Nothing listens to it any more.

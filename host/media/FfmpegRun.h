@@ -27,7 +27,7 @@ public:
 
     /// A path as ffmpeg takes it: never an option, never a protocol's address. Of images, ffmpeg takes a
     /// name with a percent sign for a pattern all the same.
-    static QString pathArgument(const QString& path) { return QStringLiteral("file:") + path; }
+    static QString pathArgument(const QString& path) { return QLatin1String("file:") + path; }
 
 signals:
     /// How much of the output is written. Only with "-progress pipe:1" among the arguments.

@@ -1,5 +1,7 @@
 #include "host/media/ImageReaders.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 enum Block
@@ -51,6 +53,6 @@ ImageReading readGif(FileWindow& file)
             break;
         }
     }
-    reading.damage = QStringLiteral("the image ends before its trailer");
+    reading.damage = u"the image ends before its trailer"_s;
     return reading;
 }

@@ -13,6 +13,8 @@
 #include "host/media/MetadataModule.h"
 #include "host/media/SourceFacts.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Images lie in memory while this goes on.
@@ -22,8 +24,8 @@ MergeMetadata loadModule(QString& error)
 {
     // With the libraries, as installed and as built; beside the program on Windows and in Debian's package.
     for (const char* folder : {VXC_LIBRARY_FOLDER, "../lib", "."}) {
-        const QString path = QCoreApplication::applicationDirPath() + u'/' + QLatin1String(folder) +
-                             QStringLiteral("/vxcompress_metadata");
+        const QString path =
+            QCoreApplication::applicationDirPath() + u'/' + QLatin1String(folder) + u"/vxcompress_metadata"_s;
         QLibrary library(QDir::cleanPath(path));
         if (const auto function = library.resolve("vxcMergeMetadata"))
             return reinterpret_cast<MergeMetadata>(function);
@@ -40,7 +42,7 @@ QString readFile(const QString& path, QByteArray& bytes)
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
     if (file.size() > kMostBytes)
-        return QStringLiteral("the image is too large");
+        return u"the image is too large"_s;
     bytes = file.readAll();
     return {};
 }
@@ -111,6 +113,6 @@ QString copyImageMetadata(const QString& sourcePath, const QString& resultPath)
 
     QByteArray made = completed(answer, result);
     if (!isSameImage(factsOf(made), result))
-        return QStringLiteral("the image would not stay whole");
+        return u"the image would not stay whole"_s;
     return replaceFile(resultPath, made);
 }

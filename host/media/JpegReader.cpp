@@ -1,5 +1,7 @@
 #include "host/media/ImageReaders.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 enum Marker
@@ -95,6 +97,6 @@ ImageReading readJpeg(FileWindow& file)
 {
     ImageReading reading;
     if (!reachesEndOfImage(file, 2, reading.facts))
-        reading.damage = QStringLiteral("the image ends before its end-of-image marker");
+        reading.damage = u"the image ends before its end-of-image marker"_s;
     return reading;
 }

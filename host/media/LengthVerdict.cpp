@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 qint64 toleranceMs(qint64 lengthMs)
@@ -30,12 +32,10 @@ QString seconds(qint64 milliseconds)
 
 LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
 {
-    const QString lengths =
-        QStringLiteral("%1 s of %2 s").arg(seconds(result.lengthMs), seconds(source.lengthMs));
+    const QString lengths = u"%1 s of %2 s"_s.arg(seconds(result.lengthMs), seconds(source.lengthMs));
     if (source.lengthMs <= 0 || result.lengthMs <= 0) {
         const bool isLost = source.isLengthStated && result.lengthMs <= 0;
-        return isLost ? LengthVerdict{LengthVerdict::Cut,
-                                      QStringLiteral("nothing of the video's length is there")}
+        return isLost ? LengthVerdict{LengthVerdict::Cut, u"nothing of the video's length is there"_s}
                       : LengthVerdict{};
     }
     const bool longer = isShorter(source.lengthMs, result.lengthMs);
@@ -49,13 +49,11 @@ LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
     if (longer && !source.isLengthStated)
         return {};
     if (longer)
-        return {LengthVerdict::Doubtful,
-                QStringLiteral("the result is longer than its source: %1").arg(lengths)};
+        return {LengthVerdict::Doubtful, u"the result is longer than its source: %1"_s.arg(lengths)};
     if (isWholeVideo)
-        return {LengthVerdict::Doubtful, QStringLiteral("the sound ends before its source: %1").arg(lengths)};
+        return {LengthVerdict::Doubtful, u"the sound ends before its source: %1"_s.arg(lengths)};
     if (!source.isLengthStated)
-        return {
-            LengthVerdict::Doubtful,
-            QStringLiteral("the result may be cut: %1, but the source's length is an estimate").arg(lengths)};
-    return {LengthVerdict::Cut, QStringLiteral("the video is cut: %1 are there").arg(lengths)};
+        return {LengthVerdict::Doubtful,
+                u"the result may be cut: %1, but the source's length is an estimate"_s.arg(lengths)};
+    return {LengthVerdict::Cut, u"the video is cut: %1 are there"_s.arg(lengths)};
 }

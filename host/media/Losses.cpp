@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 template <typename Predicate>
@@ -31,10 +33,9 @@ Obstacle obstacleFor(const SourceFacts& source, const Format& output)
         return {Obstacle::Unsupported, QLatin1String(output.readsText)};
     // ffmpeg's WebP decoder knows no animation.
     if (source.format == MediaFormat::WebP && source.image.isAnimated)
-        return {Obstacle::Unsupported, QStringLiteral("ffmpeg does not read animated WebP")};
+        return {Obstacle::Unsupported, u"ffmpeg does not read animated WebP"_s};
     if (source.image.isAnimated && !output.keepsAnimation)
-        return {Obstacle::FirstFrame,
-                QStringLiteral("the image is animated, and only its first frame would survive")};
+        return {Obstacle::FirstFrame, u"the image is animated, and only its first frame would survive"_s};
     return {};
 }
 
@@ -61,16 +62,16 @@ QList<Loss> imageLosses(const SourceFacts& source, const SourceFacts& result)
     };
 
     if (before.isAnimated && !after.isAnimated && result.kind == MediaKind::Image)
-        lose("animation", QStringLiteral("only the first frame of the animation is left"));
+        lose("animation", u"only the first frame of the animation is left"_s);
     // A PNG that is marked so has had its colours converted.
     if (before.hasIccProfile && !after.hasIccProfile && !after.isMarkedSrgb)
-        lose("icc-profile", QStringLiteral("the colour profile is lost, colours may look different"));
+        lose("icc-profile", u"the colour profile is lost, colours may look different"_s);
     if (before.hasAlpha && !after.hasAlpha)
-        lose("alpha", QStringLiteral("the transparency is lost"));
+        lose("alpha", u"the transparency is lost"_s);
     if (before.orientation != 1 && after.orientation == 1 && !isTurnedUpright(source, result))
-        lose("orientation", QStringLiteral("the note that turns the image upright is lost"));
+        lose("orientation", u"the note that turns the image upright is lost"_s);
     if (before.bitsPerSample > 8 && after.bitsPerSample <= 8)
-        lose("bit-depth", QStringLiteral("%1 bits a colour become 8").arg(before.bitsPerSample));
+        lose("bit-depth", u"%1 bits a colour become 8"_s.arg(before.bitsPerSample));
     return losses;
 }
 
@@ -85,15 +86,15 @@ QList<Loss> videoLosses(const VideoFacts& source, const VideoFacts& result)
 
     if (before && after) {
         if (before->isHdr && !after->isHdr)
-            lose("hdr", QStringLiteral("the high dynamic range is lost, colours may look pale"));
+            lose("hdr", u"the high dynamic range is lost, colours may look pale"_s);
         if (before->bits > 8 && after->bits <= 8)
-            lose("bit-depth", QStringLiteral("%1 bits a colour become 8").arg(before->bits));
+            lose("bit-depth", u"%1 bits a colour become 8"_s.arg(before->bits));
         if (before->hasAlpha && !after->hasAlpha)
-            lose("alpha", QStringLiteral("the transparency is lost"));
+            lose("alpha", u"the transparency is lost"_s);
     }
     const int channels = mostChannels(source);
     if (channels > 2 && mostChannels(result) <= 2)
-        lose("audio-channels", QStringLiteral("%1 sound channels become two").arg(channels));
+        lose("audio-channels", u"%1 sound channels become two"_s.arg(channels));
 
     static const struct
     {

@@ -4,30 +4,31 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Tags may hold anything; their lines are indented further than these.
 const QRegularExpression& lineForm()
 {
-    static const QRegularExpression form(
-        QStringLiteral("^(?:Input #\\d+, "
-                       "|  Duration: (\\d+):(\\d\\d):(\\d\\d)\\.(\\d\\d)"
-                       "| {2,4}Stream #\\d+:(\\d+)[^:]*: (Video|Audio): (.*)$)"),
-        QRegularExpression::MultilineOption);
+    static const QRegularExpression form(u"^(?:Input #\\d+, "
+                                         "|  Duration: (\\d+):(\\d\\d):(\\d\\d)\\.(\\d\\d)"
+                                         "| {2,4}Stream #\\d+:(\\d+)[^:]*: (Video|Audio): (.*)$)"_s,
+                                         QRegularExpression::MultilineOption);
     return form;
 }
 
 MediaGlance::Video videoIn(int stream, const QString& text)
 {
-    static const QRegularExpression kSize(QStringLiteral(", (\\d+)x(\\d+)(?=[ ,]|$)"));
-    static const QRegularExpression kFormat(QStringLiteral(", ([a-z]\\w+)(?:\\([^)]*\\))?(?:, | ?$)"));
+    static const QRegularExpression kSize(u", (\\d+)x(\\d+)(?=[ ,]|$)"_s);
+    static const QRegularExpression kFormat(u", ([a-z]\\w+)(?:\\([^)]*\\))?(?:, | ?$)"_s);
 
     MediaGlance::Video video;
     video.stream = stream;
     const QRegularExpressionMatch size = kSize.match(text);
     video.size = {size.captured(1).toInt(), size.captured(2).toInt()};
     video.pixelFormat = kFormat.match(text.left(size.capturedStart() + 2)).captured(1);
-    video.isAttachedPicture = text.contains(QLatin1String("(attached pic)"));
+    video.isAttachedPicture = text.contains("(attached pic)"_L1);
     return video;
 }
 
@@ -35,7 +36,7 @@ MediaGlance::Video videoIn(int stream, const QString& text)
 
 bool MediaGlance::Video::mayHaveAlpha() const
 {
-    static const QRegularExpression kForms(QStringLiteral("^(?:yuva|rgba|bgra|argb|abgr|gbrap|ya|pal8)"));
+    static const QRegularExpression kForms(u"^(?:yuva|rgba|bgra|argb|abgr|gbrap|ya|pal8)"_s);
     return kForms.match(pixelFormat).hasMatch();
 }
 
@@ -56,9 +57,9 @@ QList<MediaGlance> MediaGlance::inputsIn(const QByteArray& log)
             inputs.append(MediaGlance());
         } else if (inputs.isEmpty()) {
             continue;
-        } else if (line.captured(6) == QLatin1String("Video")) {
+        } else if (line.captured(6) == "Video"_L1) {
             inputs.last().videos.append(videoIn(line.captured(5).toInt(), line.captured(7)));
-        } else if (line.captured(6) == QLatin1String("Audio")) {
+        } else if (line.captured(6) == "Audio"_L1) {
             ++inputs.last().soundCount;
         } else {
             const qint64 minutes = line.captured(1).toLongLong() * 60 + line.captured(2).toLongLong();

@@ -1,5 +1,7 @@
 #include "host/media/ImageReaders.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 kSignature = 8;
@@ -59,6 +61,6 @@ ImageReading readPng(FileWindow& file)
         offset += kChunkFrame + length;
     }
     if (!file.has(file.size() - kEnd.size(), kEnd))
-        reading.damage = QStringLiteral("the image ends before its end chunk");
+        reading.damage = u"the image ends before its end chunk"_s;
     return reading;
 }

@@ -8,6 +8,8 @@
 #include "host/media/Signature.h"
 #include "host/media/VideoDamage.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Reader = ImageReading (*)(FileWindow&);
@@ -77,21 +79,21 @@ QString trueSuffix(const SourceFacts& facts, const QString& suffix)
         QLatin1String suffix;
         MediaFormat format;
     } kForced[] = {
-        {QLatin1String("ts"), MediaFormat::TransportStream},
-        {QLatin1String("flv"), MediaFormat::Flv},
-        {QLatin1String("vob"), MediaFormat::ProgramStream},
+        {"ts"_L1, MediaFormat::TransportStream},
+        {"flv"_L1, MediaFormat::Flv},
+        {"vob"_L1, MediaFormat::ProgramStream},
     };
     static const QMap<MediaFormat, QString> kSuffixes{
-        {MediaFormat::Mp4, QStringLiteral("mp4")}, {MediaFormat::Matroska, QStringLiteral("mkv")},
-        {MediaFormat::Avi, QStringLiteral("avi")}, {MediaFormat::Flv, QStringLiteral("flv")},
-        {MediaFormat::Asf, QStringLiteral("wmv")}, {MediaFormat::TransportStream, QStringLiteral("ts")},
-        {MediaFormat::Ogg, QStringLiteral("ogv")}, {MediaFormat::ProgramStream, QStringLiteral("mpg")},
-        {MediaFormat::Gif, QStringLiteral("gif")},
+        {MediaFormat::Mp4, u"mp4"_s}, {MediaFormat::Matroska, u"mkv"_s},
+        {MediaFormat::Avi, u"avi"_s}, {MediaFormat::Flv, u"flv"_s},
+        {MediaFormat::Asf, u"wmv"_s}, {MediaFormat::TransportStream, u"ts"_s},
+        {MediaFormat::Ogg, u"ogv"_s}, {MediaFormat::ProgramStream, u"mpg"_s},
+        {MediaFormat::Gif, u"gif"_s},
     };
     for (const auto& row : kForced) {
         // A suffix that nothing knows makes FFmpeg look into the file.
         if (suffix.compare(row.suffix, Qt::CaseInsensitive) == 0 && facts.format != row.format)
-            return kSuffixes.value(facts.format, QStringLiteral("media"));
+            return kSuffixes.value(facts.format, u"media"_s);
     }
     return {};
 }

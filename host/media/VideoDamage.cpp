@@ -1,5 +1,7 @@
 #include "host/media/VideoDamage.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Fragmented videos have a box for every second or so.
@@ -12,7 +14,7 @@ QString shortage(qint64 size, qint64 stated)
 {
     if (stated - size <= stated / kToleratedShare)
         return {};
-    return QStringLiteral("the video has %1 of the %2 bytes that its container states").arg(size).arg(stated);
+    return u"the video has %1 of the %2 bytes that its container states"_s.arg(size).arg(stated);
 }
 
 QString mp4Damage(FileWindow& file)
@@ -32,7 +34,7 @@ QString mp4Damage(FileWindow& file)
         offset += length;
     }
     if (!hasIndex && offset > file.size())
-        return QStringLiteral("the video ends before its index");
+        return u"the video ends before its index"_s;
     return shortage(file.size(), offset);
 }
 

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The demuxers that read the length out of the container. The others look for the last time stamp that is
@@ -14,13 +16,7 @@ namespace {
 bool statesLength(const QString& container)
 {
     static const QStringList kContainers{
-        QStringLiteral("mov,mp4,m4a,3gp,3g2,mj2"),
-        QStringLiteral("matroska,webm"),
-        QStringLiteral("avi"),
-        QStringLiteral("flv"),
-        QStringLiteral("asf"),
-        QStringLiteral("mxf"),
-        QStringLiteral("rm"),
+        u"mov,mp4,m4a,3gp,3g2,mj2"_s, u"matroska,webm"_s, u"avi"_s, u"flv"_s, u"asf"_s, u"mxf"_s, u"rm"_s,
     };
     return kContainers.contains(container);
 }
@@ -53,7 +49,7 @@ double ratio(const QString& text)
 Tags tagsOf(const QJsonObject& object)
 {
     Tags tags;
-    const QJsonObject list = object[QLatin1String("tags")].toObject();
+    const QJsonObject list = object["tags"_L1].toObject();
     for (auto tag = list.begin(); tag != list.end(); ++tag)
         tags.insert(tag.key(), tag->toString());
     return tags;
@@ -62,11 +58,10 @@ Tags tagsOf(const QJsonObject& object)
 // The bits of one colour stand in the name where they are not 8: yuv420p10le, p010le, gray16be, rgb48le.
 int bitsOf(const QString& pixelFormat)
 {
-    static const QRegularExpression kPlanar(
-        QStringLiteral("(?:p|gray|ya|^p0|^p2|^p4|xyz)(9|1[0246])(?:msb)?(?:le|be)?$"));
-    static const QRegularExpression kPacked(QStringLiteral("(?:rgb48|bgr48|rgba64|bgra64|ayuv64)"));
-    static const QRegularExpression kTenBit(QStringLiteral("^(?:x2rgb10|x2bgr10|y210|v30x|xv30)"));
-    static const QRegularExpression kFloat(QStringLiteral("f(?:16|32)(?:le|be)?$"));
+    static const QRegularExpression kPlanar(u"(?:p|gray|ya|^p0|^p2|^p4|xyz)(9|1[0246])(?:msb)?(?:le|be)?$"_s);
+    static const QRegularExpression kPacked(u"(?:rgb48|bgr48|rgba64|bgra64|ayuv64)"_s);
+    static const QRegularExpression kTenBit(u"^(?:x2rgb10|x2bgr10|y210|v30x|xv30)"_s);
+    static const QRegularExpression kFloat(u"f(?:16|32)(?:le|be)?$"_s);
     if (const auto match = kPlanar.match(pixelFormat); match.hasMatch())
         return match.captured(1).toInt();
     if (kTenBit.match(pixelFormat).hasMatch())
@@ -77,36 +72,33 @@ int bitsOf(const QString& pixelFormat)
 
 bool hasAlphaPlane(const QString& pixelFormat)
 {
-    static const QRegularExpression kAlpha(
-        QStringLiteral("^(?:yuva|rgba|bgra|argb|abgr|gbrap|ya8|ya16|ayuv|vuya|pal8)"));
+    static const QRegularExpression kAlpha(u"^(?:yuva|rgba|bgra|argb|abgr|gbrap|ya8|ya16|ayuv|vuya|pal8)"_s);
     return kAlpha.match(pixelFormat).hasMatch();
 }
 
 StreamFacts::Type typeOf(const QString& name)
 {
     static const QMap<QString, StreamFacts::Type> kTypes{
-        {QStringLiteral("video"), StreamFacts::Video},
-        {QStringLiteral("audio"), StreamFacts::Audio},
-        {QStringLiteral("subtitle"), StreamFacts::Subtitle},
+        {u"video"_s, StreamFacts::Video},
+        {u"audio"_s, StreamFacts::Audio},
+        {u"subtitle"_s, StreamFacts::Subtitle},
     };
     return kTypes.value(name, StreamFacts::Other);
 }
 
 void readImage(const QJsonObject& object, StreamFacts& stream)
 {
-    const QString transfer = object[QLatin1String("color_transfer")].toString();
-    const QString pixelFormat = object[QLatin1String("pix_fmt")].toString();
-    stream.isAttachedPicture =
-        object[QLatin1String("disposition")].toObject()[QLatin1String("attached_pic")].toInt() != 0;
-    stream.size = QSize(object[QLatin1String("width")].toInt(), object[QLatin1String("height")].toInt());
-    stream.frameRate = ratio(object[QLatin1String("avg_frame_rate")].toString());
+    const QString transfer = object["color_transfer"_L1].toString();
+    const QString pixelFormat = object["pix_fmt"_L1].toString();
+    stream.isAttachedPicture = object["disposition"_L1].toObject()["attached_pic"_L1].toInt() != 0;
+    stream.size = QSize(object["width"_L1].toInt(), object["height"_L1].toInt());
+    stream.frameRate = ratio(object["avg_frame_rate"_L1].toString());
     stream.bits = bitsOf(pixelFormat);
     // VP8 and VP9 carry it beside the image.
-    stream.hasAlpha =
-        hasAlphaPlane(pixelFormat) || tagValue(stream.tags, QStringLiteral("alpha_mode")) == u'1';
-    stream.isHdr = transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67");
-    for (const auto& data : object[QLatin1String("side_data_list")].toArray()) {
-        if (const QJsonValue rotation = data.toObject()[QLatin1String("rotation")]; rotation.isDouble())
+    stream.hasAlpha = hasAlphaPlane(pixelFormat) || tagValue(stream.tags, u"alpha_mode"_s) == u'1';
+    stream.isHdr = transfer == "smpte2084"_L1 || transfer == "arib-std-b67"_L1;
+    for (const auto& data : object["side_data_list"_L1].toArray()) {
+        if (const QJsonValue rotation = data.toObject()["rotation"_L1]; rotation.isDouble())
             stream.rotation = rotation.toInt();
     }
 }
@@ -114,15 +106,15 @@ void readImage(const QJsonObject& object, StreamFacts& stream)
 StreamFacts streamOf(const QJsonObject& object, qint64 videoStartMs)
 {
     StreamFacts stream;
-    stream.type = typeOf(object[QLatin1String("codec_type")].toString());
-    stream.codec = object[QLatin1String("codec_name")].toString();
+    stream.type = typeOf(object["codec_type"_L1].toString());
+    stream.codec = object["codec_name"_L1].toString();
     stream.tags = tagsOf(object);
-    stream.channels = object[QLatin1String("channels")].toInt();
-    if (const qint64 length = milliseconds(object[QLatin1String("duration")]); length >= 0) {
-        const qint64 start = milliseconds(object[QLatin1String("start_time")]);
+    stream.channels = object["channels"_L1].toInt();
+    if (const qint64 length = milliseconds(object["duration"_L1]); length >= 0) {
+        const qint64 start = milliseconds(object["start_time"_L1]);
         stream.endMs = qMax(start, videoStartMs) - videoStartMs + length;
     } else {
-        stream.endMs = millisecondsOfTag(tagValue(stream.tags, QStringLiteral("duration")));
+        stream.endMs = millisecondsOfTag(tagValue(stream.tags, u"duration"_s));
     }
     if (stream.type == StreamFacts::Video)
         readImage(object, stream);
@@ -166,18 +158,18 @@ VideoFacts parseVideoFacts(const QByteArray& json, const QByteArray& log)
 {
     VideoFacts facts;
     const QJsonObject root = QJsonDocument::fromJson(json).object();
-    const QJsonObject format = root[QLatin1String("format")].toObject();
-    facts.container = format[QLatin1String("format_name")].toString();
+    const QJsonObject format = root["format"_L1].toObject();
+    facts.container = format["format_name"_L1].toString();
     if (facts.container.isEmpty()) {
-        facts.error = QStringLiteral("ffprobe cannot read it");
+        facts.error = u"ffprobe cannot read it"_s;
         return facts;
     }
-    const qint64 startMs = qMax<qint64>(0, milliseconds(format[QLatin1String("start_time")]));
-    for (const auto& stream : root[QLatin1String("streams")].toArray())
+    const qint64 startMs = qMax<qint64>(0, milliseconds(format["start_time"_L1]));
+    for (const auto& stream : root["streams"_L1].toArray())
         facts.streams.append(streamOf(stream.toObject(), startMs));
-    facts.chapters = int(root[QLatin1String("chapters")].toArray().size());
+    facts.chapters = int(root["chapters"_L1].toArray().size());
     facts.tags = tagsOf(format);
-    facts.lengthMs = lengthOf(facts, qMax<qint64>(0, milliseconds(format[QLatin1String("duration")])));
+    facts.lengthMs = lengthOf(facts, qMax<qint64>(0, milliseconds(format["duration"_L1])));
     facts.isLengthStated = facts.lengthMs > 0 && statesLength(facts.container) &&
                            !log.contains("Estimating duration from bitrate");
     return facts;

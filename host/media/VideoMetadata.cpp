@@ -1,8 +1,10 @@
 #include "host/media/VideoMetadata.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kCreationTime = QStringLiteral("creation_time");
+const QString kCreationTime = u"creation_time"_s;
 
 // What a container can hold, as ffmpeg writes it. AVI, M2TS: nothing of these.
 struct ContainerRow
@@ -14,9 +16,8 @@ struct ContainerRow
 };
 
 constexpr ContainerRow kContainers[] = {
-    {QLatin1String("mp4"), true, true, true},  {QLatin1String("mov"), true, true, true},
-    {QLatin1String("m4v"), true, true, true},  {QLatin1String("f4v"), true, true, true},
-    {QLatin1String("mkv"), true, true, false}, {QLatin1String("flv"), true, false, false},
+    {"mp4"_L1, true, true, true}, {"mov"_L1, true, true, true},  {"m4v"_L1, true, true, true},
+    {"f4v"_L1, true, true, true}, {"mkv"_L1, true, true, false}, {"flv"_L1, true, false, false},
 };
 
 ContainerRow containerOf(const QString& suffix)
@@ -40,7 +41,7 @@ QStringList missingDeviceTags(const VideoFacts& source, const VideoFacts& result
 {
     QStringList keys;
     for (const QString& key : source.tags.keys()) {
-        if (key.startsWith(QLatin1String("com.")) && !result.tags.contains(key))
+        if (key.startsWith("com."_L1) && !result.tags.contains(key))
             keys.append(key);
     }
     return keys;
@@ -54,11 +55,11 @@ QStringList missingVideoMetadata(const VideoFacts& source, const VideoFacts& res
     const ContainerRow container = containerOf(outputSuffix);
     QStringList missing;
     if (container.hasCreationTime && lacksCreationTime(source, result))
-        missing.append(QStringLiteral("creation time"));
+        missing.append(u"creation time"_s);
     if (container.hasChapters && result.chapters < source.chapters)
-        missing.append(QStringLiteral("chapters"));
+        missing.append(u"chapters"_s);
     if (container.hasDeviceTags && !missingDeviceTags(source, result).isEmpty())
-        missing.append(QStringLiteral("tags"));
+        missing.append(u"tags"_s);
     return missing;
 }
 
@@ -67,14 +68,13 @@ QStringList videoMetadataArguments(const VideoFacts& source, const VideoFacts& r
                                    const QString& outputPath)
 {
     // Chapters lie in the result as a track too, which is no stream to be copied.
-    static const QString kCopy = QStringLiteral("-map 0 -map -0:d -c copy -map_metadata 0 -map_chapters 1");
-    QStringList arguments{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-nostdin"),
-                          QStringLiteral("-n")};
+    static const QString kCopy = u"-map 0 -map -0:d -c copy -map_metadata 0 -map_chapters 1"_s;
+    QStringList arguments{u"-v"_s, u"error"_s, u"-nostdin"_s, u"-n"_s};
     for (const QString& path : {resultPath, sourcePath})
-        arguments << QStringLiteral("-i") << QStringLiteral("file:") + path;
+        arguments << u"-i"_s << u"file:"_s + path;
     arguments << kCopy.split(u' ');
     const auto restore = [&](const QString& key) {
-        arguments << QStringLiteral("-metadata") << key + u'=' + tagValue(source.tags, key);
+        arguments << u"-metadata"_s << key + u'=' + tagValue(source.tags, key);
     };
     if (lacksCreationTime(source, result))
         restore(kCreationTime);
@@ -82,6 +82,6 @@ QStringList videoMetadataArguments(const VideoFacts& source, const VideoFacts& r
     for (const QString& key : deviceTags)
         restore(key);
     if (!deviceTags.isEmpty())
-        arguments << QStringLiteral("-movflags") << QStringLiteral("use_metadata_tags");
-    return arguments << QStringLiteral("file:") + outputPath;
+        arguments << u"-movflags"_s << u"use_metadata_tags"_s;
+    return arguments << u"file:"_s + outputPath;
 }

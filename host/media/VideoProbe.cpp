@@ -7,6 +7,8 @@
 
 #include "process/ProcessTie.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Thousands of streams and chapters need less.
@@ -24,20 +26,19 @@ VideoProbe::VideoProbe(const QString& path, std::chrono::milliseconds timeLimit)
         &mProcess, &QProcess::errorOccurred, this,
         [this](QProcess::ProcessError error) {
             if (error == QProcess::FailedToStart)
-                fail(QStringLiteral("ffprobe could not be started: %1").arg(mProcess.errorString()));
+                fail(u"ffprobe could not be started: %1"_s.arg(mProcess.errorString()));
         },
         Qt::QueuedConnection);
-    connect(&mTimer, &QTimer::timeout, this, [this] { fail(QStringLiteral("ffprobe found no end")); });
+    connect(&mTimer, &QTimer::timeout, this, [this] { fail(u"ffprobe found no end"_s); });
     mTimer.setSingleShot(true);
     mTimer.start(timeLimit);
     Platform::tieToHost(mProcess);
     mProcess.setStandardInputFile(QProcess::nullDevice());
     // The protocol in front: a name may hold a colon.
-    mProcess.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffprobe"),
-                   {QStringLiteral("-v"), QStringLiteral("warning"), QStringLiteral("-print_format"),
-                    QStringLiteral("json"), QStringLiteral("-show_format"), QStringLiteral("-show_streams"),
-                    QStringLiteral("-show_chapters"), QStringLiteral("-i"),
-                    QStringLiteral("file:") + QFileInfo(path).absoluteFilePath()});
+    mProcess.start(QCoreApplication::applicationDirPath() + u"/ffprobe"_s,
+                   {u"-v"_s, u"warning"_s, u"-print_format"_s, u"json"_s, u"-show_format"_s,
+                    u"-show_streams"_s, u"-show_chapters"_s, u"-i"_s,
+                    u"file:"_s + QFileInfo(path).absoluteFilePath()});
 }
 
 VideoProbe::~VideoProbe()
@@ -52,7 +53,7 @@ void VideoProbe::collect()
     mJson += mProcess.readAllStandardOutput();
     mLog += mProcess.readAllStandardError();
     if (mJson.size() + mLog.size() > kMostBytes)
-        fail(QStringLiteral("ffprobe says too much"));
+        fail(u"ffprobe says too much"_s);
 }
 
 void VideoProbe::fail(const QString& error)
@@ -71,7 +72,7 @@ void VideoProbe::onFinished(int exitCode, QProcess::ExitStatus status)
         facts = {};
         // The last line is the reason; what is before it are doubts.
         const QByteArray reason = mLog.trimmed().split('\n').last();
-        facts.error = reason.isEmpty() ? QStringLiteral("ffprobe failed") : QString::fromUtf8(reason);
+        facts.error = reason.isEmpty() ? u"ffprobe failed"_s : QString::fromUtf8(reason);
     }
     answer(facts);
 }

@@ -1,5 +1,7 @@
 #include "host/media/ImageReaders.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 kFirstChunk = 12;
@@ -42,8 +44,7 @@ ImageReading readWebp(FileWindow& file)
     ImageReading reading;
     const qint64 stated = qint64(file.little(4, 4)) + 8;
     if (stated > file.size())
-        reading.damage =
-            QStringLiteral("the image has %1 of the %2 bytes that it states").arg(file.size()).arg(stated);
+        reading.damage = u"the image has %1 of the %2 bytes that it states"_s.arg(file.size()).arg(stated);
     qint64 offset = kFirstChunk;
     for (int i = 0; i < kMostChunks && offset + 8 <= file.size(); ++i) {
         const qint64 length = qint64(file.little(offset + 4, 4));

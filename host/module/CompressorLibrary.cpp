@@ -7,6 +7,8 @@
 
 #include "compressor/CompressorEntry.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // As the system searches its own: on Windows the program's folder comes first, and the two lie together there.
@@ -47,12 +49,11 @@ ICompressor* CompressorLibrary::load()
         mError = library.errorString();
 #ifdef Q_OS_WIN
         // Windows names the library that it was asked for, also where another is the missing one.
-        mError += QStringLiteral(" (is a library missing that it needs, such as avformat?)");
+        mError += u" (is a library missing that it needs, such as avformat?)"_s;
 #endif
         return nullptr;
     }
     places.removeDuplicates();
-    mError = QStringLiteral("there is no %1 in %2")
-                 .arg(QLatin1String(VXC_LIBRARY_FILE), places.join(QLatin1String(" or ")));
+    mError = u"there is no %1 in %2"_s.arg(QLatin1String(VXC_LIBRARY_FILE), places.join(" or "_L1));
     return nullptr;
 }

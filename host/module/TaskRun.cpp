@@ -13,6 +13,8 @@
 #include "host/module/TaskThread.h"
 #include "host/system/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A stopped encoder is normally gone at once; one that hangs in the system's hands must not hang the user.
@@ -21,11 +23,9 @@ constexpr std::chrono::seconds kStopTimeout(5);
 QVariantMap parametersOf(const TaskRequest& request)
 {
     return {
-        {QStringLiteral("inputPath"), request.inputPath},
-        {QStringLiteral("outputPath"), request.outputPath},
-        {QStringLiteral("quality"), request.quality},
-        {QStringLiteral("isPercentage"), request.isPercentage},
-        {QStringLiteral("scale"), request.scale},
+        {u"inputPath"_s, request.inputPath}, {u"outputPath"_s, request.outputPath},
+        {u"quality"_s, request.quality},     {u"isPercentage"_s, request.isPercentage},
+        {u"scale"_s, request.scale},
     };
 }
 

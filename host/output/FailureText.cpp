@@ -5,9 +5,11 @@
 #include "compressor/FinishCode.h"
 #include "host/job/Format.h"
 #include "host/media/SuffixHint.h"
-#include "host/system/PathText.h"
 #include "host/output/SizeText.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -101,28 +103,25 @@ QString codeText(const JobResult& result)
     const bool isUnexplained = code == FinishCode::kCorruptInput && result.failure.detail.isEmpty();
     if (text.isEmpty() || isUnexplained) {
         if (!format.isVideo())
-            text = QStringLiteral("the encoder %1 failed: is %2 a whole image?").arg(encoder, input);
+            text = u"the encoder %1 failed: is %2 a whole image?"_s.arg(encoder, input);
         else if (code == FinishCode::kRefused)
-            text = QStringLiteral(
-                       "the encoder %1 refused: is %2 a whole video, and can the output's container hold "
-                       "H.264?")
-                       .arg(encoder, input);
+            text = u"the encoder %1 refused: is %2 a whole video, and can the output's container hold "
+                   "H.264?"_s.arg(encoder, input);
         else
-            text = QStringLiteral("the encoder %1 failed on %2").arg(encoder, input);
+            text = u"the encoder %1 failed on %2"_s.arg(encoder, input);
     }
-    return text + QStringLiteral(" (code %1)").arg(code);
+    return text + u" (code %1)"_s.arg(code);
 }
 
 QString outputKinds(const QString& suffix)
 {
-    const QString list = QStringLiteral("%1; %2").arg(Formats::imageSuffixes().join(QLatin1String(", ")),
-                                                      Formats::videoSuffixes().join(QLatin1String(", ")));
+    const QString list =
+        u"%1; %2"_s.arg(Formats::imageSuffixes().join(", "_L1), Formats::videoSuffixes().join(", "_L1));
     if (suffix.isEmpty())
-        return QStringLiteral("the output's name needs a suffix, one of %1").arg(list);
+        return u"the output's name needs a suffix, one of %1"_s.arg(list);
     const QString meant = suggestSuffix(suffix, Formats::imageSuffixes() + Formats::videoSuffixes());
-    return QStringLiteral("a .%1 cannot be written%2; there are %3")
-        .arg(shown(suffix), meant.isEmpty() ? QString() : QStringLiteral(" (did you mean .%1?)").arg(meant),
-             list);
+    return u"a .%1 cannot be written%2; there are %3"_s.arg(
+        shown(suffix), meant.isEmpty() ? QString() : u" (did you mean .%1?)"_s.arg(meant), list);
 }
 
 } // namespace
@@ -140,11 +139,11 @@ QString failureText(const JobResult& result)
                                                 QCoreApplication::applicationDirPath()})
                             : codeText(result);
     if (!failure.fullFolder.isEmpty()) {
-        text += QStringLiteral("; the disk of %1 may be full: it has room for %2")
-                    .arg(shown(failure.fullFolder), sizeText(failure.roomThere));
+        text += u"; the disk of %1 may be full: it has room for %2"_s.arg(shown(failure.fullFolder),
+                                                                          sizeText(failure.roomThere));
     }
     if (!result.keptAt.isEmpty())
-        text += QStringLiteral("; the result is kept as %1").arg(shown(result.keptAt));
+        text += u"; the result is kept as %1"_s.arg(shown(result.keptAt));
     return text;
 }
 

@@ -10,6 +10,8 @@
 #include "host/output/FailureText.h"
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 kPaceMs = 100;
@@ -27,7 +29,7 @@ void addPath(QJsonObject& object, const QString& key, const QString& path)
     if (!NativePath::isPlain(path)) {
         const QByteArray bytes = NativePath::toBytes(path);
         text = QString::fromUtf8(bytes);
-        object.insert(key + QLatin1String("Bytes"), QString::fromLatin1(bytes.toBase64()));
+        object.insert(key + "Bytes"_L1, QString::fromLatin1(bytes.toBase64()));
     }
 #endif
     object.insert(key, text);
@@ -35,8 +37,8 @@ void addPath(QJsonObject& object, const QString& key, const QString& path)
 
 QJsonObject jobObject(const char* type, const JobSpec& job)
 {
-    QJsonObject object{{QStringLiteral("type"), QLatin1String(type)}, {QStringLiteral("job"), job.index}};
-    addPath(object, QStringLiteral("path"), job.inputPath);
+    QJsonObject object{{u"type"_s, QLatin1String(type)}, {u"job"_s, job.index}};
+    addPath(object, u"path"_s, job.inputPath);
     return object;
 }
 
@@ -65,32 +67,32 @@ QJsonObject endObject(const JobResult& result)
 {
     if (result.outcome == Outcome::Failed) {
         QJsonObject object = jobObject("error", result.spec);
-        object.insert(QStringLiteral("kind"), QLatin1String(failureId(result.failure.kind)));
-        object.insert(QStringLiteral("text"), failureText(result));
+        object.insert(u"kind"_s, QLatin1String(failureId(result.failure.kind)));
+        object.insert(u"text"_s, failureText(result));
         if (result.failure.kind == FailureKind::EncoderFailed)
-            object.insert(QStringLiteral("code"), result.failure.code);
+            object.insert(u"code"_s, result.failure.code);
         if (!result.keptAt.isEmpty())
-            addPath(object, QStringLiteral("keptAt"), result.keptAt);
+            addPath(object, u"keptAt"_s, result.keptAt);
         return object;
     }
     const bool isEstimate = result.outcome == Outcome::Estimated;
     QJsonObject object = jobObject(isEstimate ? "estimate" : "result", result.spec);
-    addPath(object, QStringLiteral("output"), result.spec.outputPath);
-    object.insert(QStringLiteral("bytesBefore"), result.bytesBefore);
-    object.insert(QStringLiteral("seconds"), seconds(result.elapsedMs));
+    addPath(object, u"output"_s, result.spec.outputPath);
+    object.insert(u"bytesBefore"_s, result.bytesBefore);
+    object.insert(u"seconds"_s, seconds(result.elapsedMs));
     if (isEstimate) {
-        object.insert(QStringLiteral("bytesLow"), result.estimate->low);
-        object.insert(QStringLiteral("bytesHigh"), result.estimate->high);
+        object.insert(u"bytesLow"_s, result.estimate->low);
+        object.insert(u"bytesHigh"_s, result.estimate->high);
         return object;
     }
-    object.insert(QStringLiteral("outcome"), QLatin1String(outcomeId(result.outcome)));
+    object.insert(u"outcome"_s, QLatin1String(outcomeId(result.outcome)));
     if (result.outcome != Outcome::Skipped)
-        object.insert(QStringLiteral("bytesAfter"), result.bytesAfter);
-    object.insert(QStringLiteral("runs"), result.runs);
+        object.insert(u"bytesAfter"_s, result.bytesAfter);
+    object.insert(u"runs"_s, result.runs);
     if (result.quality)
-        object.insert(QStringLiteral("quality"), *result.quality);
+        object.insert(u"quality"_s, *result.quality);
     if (result.ssim)
-        object.insert(QStringLiteral("ssim"), *result.ssim);
+        object.insert(u"ssim"_s, *result.ssim);
     return object;
 }
 
@@ -105,15 +107,15 @@ void JsonReporter::write(const QJsonObject& object)
 void JsonReporter::planned(qint64 files, qint64 bytes)
 {
     const int cores = QThread::idealThreadCount();
-    QJsonObject object{{QStringLiteral("type"), QStringLiteral("run")},
-                       {QStringLiteral("version"), QStringLiteral(VXC_VERSION)},
-                       {QStringLiteral("host"), QSysInfo::machineHostName()},
-                       {QStringLiteral("began"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
-                       {QStringLiteral("cores"), mJobs > 0 ? std::min(mJobs, cores) : cores},
-                       {QStringLiteral("files"), files},
-                       {QStringLiteral("bytes"), bytes}};
+    QJsonObject object{{u"type"_s, u"run"_s},
+                       {u"version"_s, QLatin1String(VXC_VERSION)},
+                       {u"host"_s, QSysInfo::machineHostName()},
+                       {u"began"_s, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+                       {u"cores"_s, mJobs > 0 ? std::min(mJobs, cores) : cores},
+                       {u"files"_s, files},
+                       {u"bytes"_s, bytes}};
     if (!mShard.isWhole())
-        object.insert(QStringLiteral("shard"), mShard.text());
+        object.insert(u"shard"_s, mShard.text());
     write(object);
 }
 
@@ -122,8 +124,8 @@ void JsonReporter::started(const JobSpec& job)
     Running& running = mRunning[job.index];
     running.sinceStart.start();
     QJsonObject object = jobObject("start", job);
-    addPath(object, QStringLiteral("output"), job.outputPath);
-    object.insert(QStringLiteral("bytes"), job.inputBytes);
+    addPath(object, u"output"_s, job.outputPath);
+    object.insert(u"bytes"_s, job.inputBytes);
     write(object);
 }
 
@@ -134,8 +136,8 @@ void JsonReporter::progressed(const JobSpec& job, double share)
         return;
     running.sinceTold.start();
     QJsonObject object = jobObject("progress", job);
-    object.insert(QStringLiteral("share"), share);
-    object.insert(QStringLiteral("seconds"), seconds(running.sinceStart.elapsed()));
+    object.insert(u"share"_s, share);
+    object.insert(u"seconds"_s, seconds(running.sinceStart.elapsed()));
     write(object);
 }
 
@@ -148,8 +150,8 @@ void JsonReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
         QJsonObject object = jobObject("warning", result.spec);
-        object.insert(QStringLiteral("id"), warning.id);
-        object.insert(QStringLiteral("text"), warning.text);
+        object.insert(u"id"_s, warning.id);
+        object.insert(u"text"_s, warning.text);
         write(object);
     }
     write(endObject(result));
@@ -162,29 +164,27 @@ void JsonReporter::remarked(const QString& line)
 
 void JsonReporter::refused(const QString& text)
 {
-    write({{QStringLiteral("type"), QStringLiteral("error")},
-           {QStringLiteral("kind"), QStringLiteral("usage")},
-           {QStringLiteral("text"), text}});
+    write({{u"type"_s, u"error"_s}, {u"kind"_s, u"usage"_s}, {u"text"_s, text}});
 }
 
 void JsonReporter::finished(const RunSummary& summary)
 {
-    QJsonObject object{{QStringLiteral("type"), QStringLiteral("summary")},
-                       {QStringLiteral("files"), summary.files},
-                       {QStringLiteral("delivered"), summary.delivered},
-                       {QStringLiteral("kept"), summary.kept},
-                       {QStringLiteral("skipped"), summary.skipped},
-                       {QStringLiteral("failed"), summary.failed},
-                       {QStringLiteral("passedOver"), summary.passedOver},
-                       {QStringLiteral("bytesBefore"), summary.bytesBefore},
-                       {QStringLiteral("bytesAfter"), summary.bytesAfter},
-                       {QStringLiteral("seconds"), seconds(summary.elapsedMs)},
-                       {QStringLiteral("status"), summary.status}};
+    QJsonObject object{{u"type"_s, u"summary"_s},
+                       {u"files"_s, summary.files},
+                       {u"delivered"_s, summary.delivered},
+                       {u"kept"_s, summary.kept},
+                       {u"skipped"_s, summary.skipped},
+                       {u"failed"_s, summary.failed},
+                       {u"passedOver"_s, summary.passedOver},
+                       {u"bytesBefore"_s, summary.bytesBefore},
+                       {u"bytesAfter"_s, summary.bytesAfter},
+                       {u"seconds"_s, seconds(summary.elapsedMs)},
+                       {u"status"_s, summary.status}};
     if (summary.estimate) {
-        object.insert(QStringLiteral("bytesLow"), summary.estimate->low);
-        object.insert(QStringLiteral("bytesHigh"), summary.estimate->high);
+        object.insert(u"bytesLow"_s, summary.estimate->low);
+        object.insert(u"bytesHigh"_s, summary.estimate->high);
     }
     if (summary.signal)
-        object.insert(QStringLiteral("signal"), summary.signal);
+        object.insert(u"signal"_s, summary.signal);
     write(object);
 }

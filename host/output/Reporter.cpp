@@ -6,8 +6,10 @@
 
 #include "host/module/TaskRun.h"
 #include "host/output/JsonReporter.h"
-#include "host/system/PathText.h"
 #include "host/output/TerminalReporter.h"
+#include "host/system/PathText.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -19,7 +21,7 @@ QString asCommand(const QStringList& words)
     QStringList quoted;
     for (const QString& word : words)
         quoted.append(shellWord(word));
-    return QLatin1String("$ ") + quoted.join(u' ');
+    return "$ "_L1 + quoted.join(u' ');
 }
 
 // The module's command as a shell would take it; any other line as it is.
@@ -34,9 +36,7 @@ QString readable(const QString& line)
     QString command = text.mid(kCommand.size()).trimmed();
     // As Qt's debug stream wrote it.
     if (command.startsWith(u'"') && command.endsWith(u'"'))
-        command = command.mid(1, command.size() - 2)
-                      .replace(QLatin1String("\\\""), QLatin1String("\""))
-                      .replace(QLatin1String("\\\\"), QLatin1String("\\"));
+        command = command.mid(1, command.size() - 2).replace("\\\""_L1, "\""_L1).replace("\\\\"_L1, "\\"_L1);
     return asCommand(QProcess::splitCommand(command));
 }
 

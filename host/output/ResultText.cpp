@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
-#include "host/system/PathText.h"
 #include "host/output/SizeText.h"
+#include "host/system/PathText.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -16,17 +18,16 @@ QString savingRangeText(qint64 before, SizeRange after)
     const int low = percentOf(after.low);
     const int high = percentOf(after.high);
     if (high <= 100)
-        return QStringLiteral("saves %1 to %2 %").arg(100 - high).arg(100 - low);
+        return u"saves %1 to %2 %"_s.arg(100 - high).arg(100 - low);
     if (low >= 100)
-        return QStringLiteral("%1 to %2 % larger").arg(low - 100).arg(high - 100);
-    return QStringLiteral("from %1 % smaller to %2 % larger").arg(100 - low).arg(high - 100);
+        return u"%1 to %2 % larger"_s.arg(low - 100).arg(high - 100);
+    return u"from %1 % smaller to %2 % larger"_s.arg(100 - low).arg(high - 100);
 }
 
 QString rangeText(SizeRange range)
 {
-    return range.low == range.high
-               ? sizeText(range.low)
-               : QStringLiteral("%1 to %2").arg(sizeText(range.low), sizeText(range.high));
+    return range.low == range.high ? sizeText(range.low)
+                                   : u"%1 to %2"_s.arg(sizeText(range.low), sizeText(range.high));
 }
 
 QString savingOf(qint64 before, SizeRange after)
@@ -40,8 +41,7 @@ QString tableRow(const QString& now, const QString& expected, const QString& sav
     constexpr int kNowWidth = 9;
     constexpr int kExpectedWidth = 20;
     constexpr int kSavingWidth = 20;
-    return QStringLiteral("%1  %2  %3  %4")
-        .arg(now, kNowWidth)
+    return u"%1  %2  %3  %4"_s.arg(now, kNowWidth)
         .arg(expected, kExpectedWidth)
         .arg(saving, kSavingWidth)
         .arg(name);
@@ -49,17 +49,16 @@ QString tableRow(const QString& now, const QString& expected, const QString& sav
 
 QString estimateText(qint64 before, SizeRange after)
 {
-    return QStringLiteral("%1 -> %2 expected (%3)")
-        .arg(sizeText(before), rangeText(after), savingOf(before, after));
+    return u"%1 -> %2 expected (%3)"_s.arg(sizeText(before), rangeText(after), savingOf(before, after));
 }
 
 QString reachedText(const JobResult& result)
 {
     QString text;
     if (result.quality)
-        text += QStringLiteral(", quality %1").arg(*result.quality);
+        text += u", quality %1"_s.arg(*result.quality);
     if (result.ssim)
-        text += QStringLiteral(", SSIM %1").arg(*result.ssim, 0, 'f', 4);
+        text += u", SSIM %1"_s.arg(*result.ssim, 0, 'f', 4);
     return text;
 }
 
@@ -67,31 +66,28 @@ QString reachedText(const JobResult& result)
 QString smallGainText(const JobResult& result)
 {
     if (result.bytesMade >= result.bytesBefore)
-        return QStringLiteral("it would have grown");
-    return QStringLiteral("it would have %1 only").arg(savingText(result.bytesBefore, result.bytesMade));
+        return u"it would have grown"_s;
+    return u"it would have %1 only"_s.arg(savingText(result.bytesBefore, result.bytesMade));
 }
 
 QString outcomeText(const JobResult& result)
 {
-    QString sizes = QStringLiteral("%1 -> %2 (%3%4)")
-                        .arg(sizeText(result.bytesBefore), sizeText(result.bytesAfter),
-                             savingText(result.bytesBefore, result.bytesAfter), reachedText(result));
+    QString sizes =
+        u"%1 -> %2 (%3%4)"_s.arg(sizeText(result.bytesBefore), sizeText(result.bytesAfter),
+                                 savingText(result.bytesBefore, result.bytesAfter), reachedText(result));
     switch (result.outcome) {
     case Outcome::Delivered:
         return sizes;
     case Outcome::Kept:
-        return QStringLiteral("%1, %2: %3")
-            .arg(sizeText(result.bytesBefore),
-                 result.spec.isInPlace ? QStringLiteral("kept as it is")
-                                       : QStringLiteral("delivered unchanged"),
-                 smallGainText(result));
+        return u"%1, %2: %3"_s.arg(sizeText(result.bytesBefore),
+                                   result.spec.isInPlace ? u"kept as it is"_s : u"delivered unchanged"_s,
+                                   smallGainText(result));
     case Outcome::NotWorth:
-        return QStringLiteral("%1, not delivered: %2")
-            .arg(sizeText(result.bytesBefore), smallGainText(result));
+        return u"%1, not delivered: %2"_s.arg(sizeText(result.bytesBefore), smallGainText(result));
     case Outcome::Skipped:
-        return QStringLiteral("skipped, the output exists");
+        return u"skipped, the output exists"_s;
     case Outcome::Predicted:
-        return sizes + QStringLiteral(", nothing delivered");
+        return sizes + u", nothing delivered"_s;
     case Outcome::Estimated:
         return estimateText(result.bytesBefore, *result.estimate);
     case Outcome::Failed:
@@ -106,14 +102,13 @@ QString resultText(const JobResult& result)
 {
     const QString input = shown(result.spec.inputPath);
     const QString output = shown(result.spec.outputPath);
-    const QString names = input == output ? input : QStringLiteral("%1 -> %2").arg(input, output);
-    return QStringLiteral("%1: %2").arg(names, outcomeText(result));
+    const QString names = input == output ? input : u"%1 -> %2"_s.arg(input, output);
+    return u"%1: %2"_s.arg(names, outcomeText(result));
 }
 
 QString estimateHeader()
 {
-    return tableRow(QStringLiteral("now"), QStringLiteral("expected"), QStringLiteral("saving"),
-                    QStringLiteral("file"));
+    return tableRow(u"now"_s, u"expected"_s, u"saving"_s, u"file"_s);
 }
 
 QString estimateRow(qint64 before, SizeRange after, const QString& name)
@@ -123,47 +118,42 @@ QString estimateRow(qint64 before, SizeRange after, const QString& name)
 
 QString summaryText(const RunSummary& summary)
 {
-    QStringList parts = {QStringLiteral("%1 files").arg(summary.files)};
+    QStringList parts = {u"%1 files"_s.arg(summary.files)};
     const std::pair<qint64, const char*> counts[] = {{summary.kept, "kept"},
                                                      {summary.skipped, "skipped"},
                                                      {summary.failed, "failed"},
                                                      {summary.passedOver, "passed over"}};
     for (const auto& [count, what] : counts) {
         if (count > 0)
-            parts.append(QStringLiteral("%1 %2").arg(count).arg(QLatin1String(what)));
+            parts.append(u"%1 %2"_s.arg(count).arg(QLatin1String(what)));
     }
-    QString text = parts.join(QLatin1String(", "));
+    QString text = parts.join(", "_L1);
     if (summary.estimate)
-        text += QStringLiteral(": ") + estimateText(summary.bytesBefore, *summary.estimate);
+        text += u": "_s + estimateText(summary.bytesBefore, *summary.estimate);
     else if (summary.bytesBefore > 0)
-        text += QStringLiteral(": %1 -> %2 (%3)")
-                    .arg(sizeText(summary.bytesBefore), sizeText(summary.bytesAfter),
-                         savingText(summary.bytesBefore, summary.bytesAfter));
-    return text + QStringLiteral(" in %1").arg(timeText(summary.elapsedMs));
+        text += u": %1 -> %2 (%3)"_s.arg(sizeText(summary.bytesBefore), sizeText(summary.bytesAfter),
+                                         savingText(summary.bytesBefore, summary.bytesAfter));
+    return text + u" in %1"_s.arg(timeText(summary.elapsedMs));
 }
 
 QString timeText(qint64 ms)
 {
     const qint64 seconds = (ms + 500) / 1000;
-    const auto padded = [](qint64 number) {
-        return QStringLiteral("%1").arg(number, 2, 10, QLatin1Char('0'));
-    };
+    const auto padded = [](qint64 number) { return u"%1"_s.arg(number, 2, 10, QLatin1Char('0')); };
     if (seconds < 3600)
-        return QStringLiteral("%1:%2").arg(seconds / 60).arg(padded(seconds % 60));
-    return QStringLiteral("%1:%2:%3")
-        .arg(seconds / 3600)
-        .arg(padded(seconds / 60 % 60), padded(seconds % 60));
+        return u"%1:%2"_s.arg(seconds / 60).arg(padded(seconds % 60));
+    return u"%1:%2:%3"_s.arg(seconds / 3600).arg(padded(seconds / 60 % 60), padded(seconds % 60));
 }
 
 QString progressText(double share, qint64 elapsedMs, qint64 videoMs)
 {
     const double done = std::clamp(share, 0.0, 1.0);
-    QString text = QStringLiteral("%1 %").arg(int(done * 100));
+    QString text = u"%1 %"_s.arg(int(done * 100));
     if (elapsedMs < kWarmUpMs || done <= 0)
         return text;
     if (videoMs > 0)
-        text += QStringLiteral(", %1x").arg(done * double(videoMs) / double(elapsedMs), 0, 'f', 1);
+        text += u", %1x"_s.arg(done * double(videoMs) / double(elapsedMs), 0, 'f', 1);
     if (done < 1)
-        text += QStringLiteral(", %1 left").arg(timeText(qint64(double(elapsedMs) * (1 - done) / done)));
+        text += u", %1 left"_s.arg(timeText(qint64(double(elapsedMs) * (1 - done) / done)));
     return text;
 }

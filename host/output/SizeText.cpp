@@ -1,10 +1,12 @@
 #include "host/output/SizeText.h"
 
+using namespace Qt::StringLiterals;
+
 QString sizeText(qint64 bytes)
 {
     static const char* const kUnits[] = {"kB", "MB", "GB", "TB"};
     if (bytes < 1000)
-        return QStringLiteral("%1 bytes").arg(bytes);
+        return u"%1 bytes"_s.arg(bytes);
     double value = double(bytes) / 1000;
     int unit = 0;
     // From 999.5 on, three digits would read "1000".
@@ -17,9 +19,8 @@ QString sizeText(qint64 bytes)
 QString savingText(qint64 before, qint64 after)
 {
     if (before == after || before <= 0)
-        return QStringLiteral("the same size");
+        return u"the same size"_s;
     const double share = 100.0 * double(qAbs(before - after)) / double(before);
     const QString percent = QString::number(share, 'f', 1);
-    return after < before ? QStringLiteral("saved %1 %").arg(percent)
-                          : QStringLiteral("%1 % larger").arg(percent);
+    return after < before ? u"saved %1 %"_s.arg(percent) : u"%1 % larger"_s.arg(percent);
 }

@@ -3,10 +3,12 @@
 #include <algorithm>
 
 #include "host/job/Format.h"
-#include "host/system/PathText.h"
 #include "host/output/ResultText.h"
 #include "host/output/SizeText.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -164,12 +166,12 @@ QString TerminalReporter::jobLine(const Running& job, int columns) const
                                : timeText(job.clock.elapsed());
     if (job.isVideo && columns >= kColumnsForBar) {
         const int cells = int(std::clamp(job.share, 0.0, 1.0) * kBarCells);
-        text = QStringLiteral("[%1] %2").arg(QString(cells, u'#').leftJustified(kBarCells, u'-'), text);
+        text = u"[%1] %2"_s.arg(QString(cells, u'#').leftJustified(kBarCells, u'-'), text);
     }
     const int left = columns - columnsOf(text) - 2;
     if (left < 1)
         return cutTo(text, columns);
-    return text + QLatin1String("  ") + cutFrontTo(job.name, left);
+    return text + "  "_L1 + cutFrontTo(job.name, left);
 }
 
 QString TerminalReporter::wholeLine(int columns) const
@@ -178,14 +180,12 @@ QString TerminalReporter::wholeLine(int columns) const
     for (const auto& [index, job] : mRunning)
         doneBytes += job.share * double(job.bytes);
     const double share = mBytes > 0 ? std::min(doneBytes / double(mBytes), 1.0) : 0;
-    QString text = QStringLiteral("%1 of %2 files, %3 of %4")
-                       .arg(QString::number(mDoneFiles), QString::number(files()),
-                            sizeText(qint64(doneBytes)), sizeText(mBytes));
+    QString text = u"%1 of %2 files, %3 of %4"_s.arg(QString::number(mDoneFiles), QString::number(files()),
+                                                     sizeText(qint64(doneBytes)), sizeText(mBytes));
     if (mSavedBytes > 0)
-        text += QStringLiteral(", saved %1").arg(sizeText(mSavedBytes));
+        text += u", saved %1"_s.arg(sizeText(mSavedBytes));
     constexpr qint64 kWarmUpMs = 2000;
     if (share > 0 && mClock.elapsed() > kWarmUpMs)
-        text +=
-            QStringLiteral(", %1 left").arg(timeText(qint64(double(mClock.elapsed()) * (1 - share) / share)));
+        text += u", %1 left"_s.arg(timeText(qint64(double(mClock.elapsed()) * (1 - share) / share)));
     return cutTo(text, columns);
 }

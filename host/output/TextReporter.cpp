@@ -2,8 +2,10 @@
 
 #include "host/job/Format.h"
 #include "host/output/FailureText.h"
-#include "host/system/PathText.h"
 #include "host/output/ResultText.h"
+#include "host/system/PathText.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,7 +26,7 @@ void TextReporter::print(Platform::Channel channel, const QString& line)
 
 void TextReporter::say(const QString& text, Tone tone)
 {
-    QString name = QStringLiteral("vxcompress:");
+    QString name = u"vxcompress:"_s;
     if (mStyle.hasColor && tone != Tone::Plain)
         name = QLatin1String(tone == Tone::Failure ? kRed : kYellow) + name + QLatin1String(kNormal);
     print(Platform::Channel::Error, name + u' ' + text);
@@ -56,8 +58,8 @@ void TextReporter::progressed(const JobSpec& job, double share)
     if (mStyle.isQuiet || video == mVideos.end() || video->sinceTold.elapsed() < kPaceMs)
         return;
     video->sinceTold.start();
-    say(QStringLiteral("%1: %2").arg(shown(job.inputPath),
-                                     progressText(share, video->sinceStart.elapsed(), video->videoMs)));
+    say(u"%1: %2"_s.arg(shown(job.inputPath),
+                        progressText(share, video->sinceStart.elapsed(), video->videoMs)));
 }
 
 void TextReporter::settled(const JobResult& result)
@@ -69,7 +71,7 @@ void TextReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
         if (!mStyle.isQuiet)
-            say(QStringLiteral("%1: %2").arg(shown(result.spec.inputPath), warning.text), Tone::Doubt);
+            say(u"%1: %2"_s.arg(shown(result.spec.inputPath), warning.text), Tone::Doubt);
     }
     if (result.isInterrupted())
         return;
@@ -98,7 +100,7 @@ void TextReporter::tellResult(const JobResult& result)
 void TextReporter::stopping(int runningJobs)
 {
     if (runningJobs > 0 && !mStyle.isQuiet)
-        say(QStringLiteral("interrupted: ending what runs (once more ends at once)"));
+        say(u"interrupted: ending what runs (once more ends at once)"_s);
 }
 
 void TextReporter::remarked(const QString& line)
@@ -116,16 +118,14 @@ void TextReporter::finished(const RunSummary& summary)
     if (mStyle.isQuiet || summary.files == 1)
         return;
     if (mHasTable && summary.estimate) {
-        print(Platform::Channel::Output,
-              estimateRow(summary.bytesBefore, *summary.estimate, QStringLiteral("in all")));
+        print(Platform::Channel::Output, estimateRow(summary.bytesBefore, *summary.estimate, u"in all"_s));
     }
     say(summaryText(summary));
     if (mFailureCount == 0)
         return;
-    say(QStringLiteral("%1 failed:").arg(mFailureCount), Tone::Failure);
+    say(u"%1 failed:"_s.arg(mFailureCount), Tone::Failure);
     for (const QString& text : std::as_const(mFailures))
-        print(Platform::Channel::Error, QStringLiteral("  ") + text);
+        print(Platform::Channel::Error, u"  "_s + text);
     if (mFailureCount > mFailures.size())
-        print(Platform::Channel::Error,
-              QStringLiteral("  and %1 more, told above").arg(mFailureCount - mFailures.size()));
+        print(Platform::Channel::Error, u"  and %1 more, told above"_s.arg(mFailureCount - mFailures.size()));
 }

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
-#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 #include "host/system/PrivateFolder.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -110,21 +112,20 @@ QStringList Collisions::sentences() const
             const QString name = NativePath::fileName(Platform::finalPath(one.output));
             const bool areEqual = name == NativePath::fileName(Platform::finalPath(other.output));
             if (one.input == other.input) {
-                sentences.append(QStringLiteral("%1 is given twice").arg(shown(one.input)));
+                sentences.append(u"%1 is given twice"_s.arg(shown(one.input)));
             } else if (areEqual) {
-                sentences.append(QStringLiteral("%1 and %2 would both become %3")
-                                     .arg(shown(one.input), shown(other.input), shown(one.output)));
+                sentences.append(u"%1 and %2 would both become %3"_s.arg(shown(one.input), shown(other.input),
+                                                                         shown(one.output)));
             } else if (ignoresCase(NativePath::folder(Platform::finalPath(one.output)))) {
-                sentences.append(
-                    QStringLiteral("%1 and %2 would become %3 and %4, which are one name there")
-                        .arg(shown(one.input), shown(other.input), shown(one.output), shown(other.output)));
+                sentences.append(u"%1 and %2 would become %3 and %4, which are one name there"_s.arg(
+                    shown(one.input), shown(other.input), shown(one.output), shown(other.output)));
             }
         }
     }
     for (auto it = mTargetNames.begin(); it != mTargetNames.end() && sentences.size() < kMaxSentences; ++it) {
         if (mInputNames.contains(it.key()))
-            sentences.append(QStringLiteral("%1 would become %2, which is an input too")
-                                 .arg(shown(it->input), shown(it->output)));
+            sentences.append(
+                u"%1 would become %2, which is an input too"_s.arg(shown(it->input), shown(it->output)));
     }
     return sentences;
 }

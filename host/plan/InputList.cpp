@@ -7,10 +7,12 @@
 #include <cstdio>
 
 #include "host/job/Format.h"
-#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,7 +26,7 @@ bool isMediaName(const QString& name)
 QString relativeOf(const QString& path)
 {
     const QString clean = QDir::cleanPath(path);
-    const bool leadsOut = clean == QLatin1String("..") || clean.startsWith(QLatin1String("../"));
+    const bool leadsOut = clean == ".."_L1 || clean.startsWith("../"_L1);
     return leadsOut || QDir::isAbsolutePath(clean) ? NativePath::fileName(clean) : clean;
 }
 
@@ -39,12 +41,12 @@ QString nameOf(const QByteArray& bytes)
 
 } // namespace
 
-InputList::InputList(PrivateFolder& folder) : mFile(folder.newPath(QStringLiteral("list"))) {}
+InputList::InputList(PrivateFolder& folder) : mFile(folder.newPath(u"list"_s)) {}
 
 QString InputList::collect(const Options& options)
 {
     if (!mFile.open(QIODevice::ReadWrite | QIODevice::Truncate))
-        return QStringLiteral("cannot write %1: %2").arg(mFile.fileName(), mFile.errorString());
+        return u"cannot write %1: %2"_s.arg(mFile.fileName(), mFile.errorString());
     QString error;
     for (const QString& path : options.inputs) {
         if (error.isEmpty())
@@ -54,7 +56,7 @@ QString InputList::collect(const Options& options)
         error = collectList(options);
     mIsMany = mIsMany || options.inputs.size() > 1 || !options.filesFrom.isEmpty();
     if (error.isEmpty() && (!mFile.flush() || mFile.error() != QFileDevice::NoError))
-        error = QStringLiteral("cannot write %1: %2").arg(mFile.fileName(), mFile.errorString());
+        error = u"cannot write %1: %2"_s.arg(mFile.fileName(), mFile.errorString());
     rewind();
     return error;
 }
@@ -86,8 +88,8 @@ QString InputList::collectList(const Options& options)
         isOpen = file >= 0 && list.open(file, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     }
     if (!isOpen) {
-        return QStringLiteral("cannot read %1: %2")
-            .arg(shown(options.filesFrom), reason.isEmpty() ? list.errorString() : reason);
+        return u"cannot read %1: %2"_s.arg(shown(options.filesFrom),
+                                           reason.isEmpty() ? list.errorString() : reason);
     }
     const char end = options.nullSeparated ? '\0' : '\n';
     QByteArray pending;
@@ -125,7 +127,7 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
             ++mPassedOver;
     }
     if (!unread.isEmpty())
-        return QStringLiteral("cannot read the folder %1: %2").arg(shown(folder), unread);
+        return u"cannot read the folder %1: %2"_s.arg(shown(folder), unread);
     std::sort(files.begin(), files.end());
     std::sort(folders.begin(), folders.end());
     for (const QString& name : std::as_const(files)) {

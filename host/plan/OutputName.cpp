@@ -2,6 +2,8 @@
 
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The asked suffix for a file of this name, or the file's own.
@@ -36,11 +38,11 @@ QString pathFor(const Options& options, const Input& input, bool isFolder)
 QString numberMisfit(const Options& options, const Format& format)
 {
     if (options.quality && *options.quality > format.quality.highest() && !options.size)
-        return QStringLiteral("the quality of a %1 is a number from 0 to %2, not \"%3\"")
-            .arg(QLatin1String(format.name), QString::number(format.quality.highest()),
-                 QString::number(*options.quality));
+        return u"the quality of a %1 is a number from 0 to %2, not \"%3\""_s.arg(
+            QLatin1String(format.name), QString::number(format.quality.highest()),
+            QString::number(*options.quality));
     if (!format.isVideo() && !options.scale.isEmpty() && options.inputs.size() == 1)
-        return QStringLiteral("--scale is for video, and the output is a %1").arg(QLatin1String(format.name));
+        return u"--scale is for video, and the output is a %1"_s.arg(QLatin1String(format.name));
     return {};
 }
 

@@ -1,11 +1,13 @@
 #include "host/plan/Plan.h"
 
-#include "host/system/PathText.h"
 #include "host/plan/Collisions.h"
 #include "host/plan/OutputName.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
+
+using namespace Qt::StringLiterals;
 
 Plan::Plan(const Options& options, PrivateFolder& folder) : mOptions(options), mInputs(folder) {}
 
@@ -20,11 +22,11 @@ QStringList Plan::make()
                       (mInputs.isMany() || isThere || mOptions.output.endsWith(u'/'));
     if (mOutputIsFolder) {
         if (output && !isThere)
-            return {QStringLiteral("%1 is a file, and the results of several inputs need a folder")
-                        .arg(shown(mOptions.output))};
+            return {u"%1 is a file, and the results of several inputs need a folder"_s.arg(
+                shown(mOptions.output))};
         error = checkOutputFolder();
     } else if (!mOptions.output.isEmpty() && !(mOptions.formats.isEmpty() && mOptions.suffix.isEmpty()))
-        error = QStringLiteral("give the output's whole name, or a folder for it with --format and --suffix");
+        error = u"give the output's whole name, or a folder for it with --format and --suffix"_s;
     if (!error.isEmpty())
         return {error};
     return findCollisions();
@@ -44,10 +46,8 @@ QString Plan::checkOutputFolder() const
             isTop = folder == NativePath::folder(folder);
             const auto facts = Platform::factsOf(folder);
             if (facts && facts->isSameFile(*tree))
-                return QStringLiteral(
-                           "the output folder %1 lies inside the input folder %2: give another one, or "
-                           "--suffix or --in-place")
-                    .arg(shown(mOptions.output), shown(input));
+                return u"the output folder %1 lies inside the input folder %2: give another one, or "
+                       "--suffix or --in-place"_s.arg(shown(mOptions.output), shown(input));
         }
     }
     return {};

@@ -6,10 +6,12 @@
 
 #include "host/job/ExitStatus.h"
 #include "host/module/TaskThread.h"
-#include "host/system/PathText.h"
 #include "host/plan/Plan.h"
 #include "host/run/Scheduler.h"
+#include "host/system/PathText.h"
 #include "host/system/Platform.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -52,8 +54,7 @@ int BatchRun::exec()
     const QString place = Platform::temporaryFolder();
     temporary.emplace(place, PrivateFolder::kTemporary);
     if (!temporary->isValid()) {
-        mEvents.refused(
-            QStringLiteral("no temporary folder in %1: %2").arg(shown(place), temporary->errorString()));
+        mEvents.refused(u"no temporary folder in %1: %2"_s.arg(shown(place), temporary->errorString()));
         return kUsage;
     }
     PrivateFolder::sweep(place, PrivateFolder::kTemporary);

@@ -2,6 +2,8 @@
 
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -80,7 +82,7 @@ Failure Delivery::makeFolders(const QString& folder, const QString& model)
     if (facts) {
         return facts->kind == Platform::FileFacts::Folder
                    ? Failure()
-                   : Failure{FailureKind::NoOutputFolder, QStringLiteral("it is a file")};
+                   : Failure{FailureKind::NoOutputFolder, u"it is a file"_s};
     }
     // One file to one name: a folder that is not there is a mistake.
     const bool isNamed = mOptions.output == mSpec.outputPath;
@@ -112,7 +114,7 @@ Failure Delivery::deliver(QString& keptAt)
     if (mExisting)
         mExisting = Platform::factsOf(mFinalPath);
     if (mExisting && mExisting->links > 1 && !mOptions.breakLinks)
-        return {FailureKind::DeliveryFailed, QStringLiteral("it has several names (hard links) by now")};
+        return {FailureKind::DeliveryFailed, u"it has several names (hard links) by now"_s};
     QString error = mExisting ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
                               : Platform::makeAlike(mSpec.inputPath, mSource, mStagedPath, false);
     if (error.isEmpty() && (mSpec.isInPlace || mOptions.keepDates))
@@ -129,10 +131,9 @@ Failure Delivery::deliver(QString& keptAt)
         return {FailureKind::OutputExists, QString()};
     // An hour's work is not thrown away because another program holds the target.
     if (isTaken) {
-        const QString beside =
-            NativePath::join(NativePath::folder(mFinalPath), NativePath::baseName(mFinalPath) +
-                                                                 QStringLiteral(".vxcompress-result.") +
-                                                                 NativePath::suffix(mFinalPath));
+        const QString beside = NativePath::join(NativePath::folder(mFinalPath),
+                                                NativePath::baseName(mFinalPath) + u".vxcompress-result."_s +
+                                                    NativePath::suffix(mFinalPath));
         if (Platform::rename(mStagedPath, beside, false).isEmpty())
             keptAt = beside;
     }

@@ -6,6 +6,8 @@
 #include "host/run/ModuleRun.h"
 #include "host/system/PrivateFolder.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 EncodeRequest requestOf(const EncodeContext& context)
@@ -61,15 +63,14 @@ void EstimateEncode::onEnded(const EstimateOutcome& outcome)
         break;
     case EstimateOutcome::UnknownLength:
         end.failure = {FailureKind::MeasureFailed,
-                       QStringLiteral("its length is not known; a minute of it becomes %1 to %2 bytes")
-                           .arg(range.low)
-                           .arg(range.high)};
+                       u"its length is not known; a minute of it becomes %1 to %2 bytes"_s.arg(range.low).arg(
+                           range.high)};
         break;
     case EstimateOutcome::RunFailed:
         end.failure = failureOf(outcome.runCode, outcome.runText);
         break;
     case EstimateOutcome::NoSample:
-        end.failure = {FailureKind::MeasureFailed, QStringLiteral("its samples are no video to judge by")};
+        end.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};
         break;
     case EstimateOutcome::Stopped:
         end.failure = {FailureKind::Interrupted, QString()};

@@ -7,6 +7,8 @@
 #include "host/run/ModuleRun.h"
 #include "host/system/PlatformFiles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 SearchTarget targetOf(const EncodeContext& context)
@@ -35,8 +37,8 @@ GoalEncode::GoalEncode(const EncodeContext& context)
           },
           // Beside the result, whose folder is private: the chosen one is renamed.
           [this, result = QFileInfo(context.resultPath)](const QString& suffix) {
-              return QStringLiteral("%1/%2.%3.%4")
-                  .arg(result.path(), result.completeBaseName(), QString::number(++mTries), suffix);
+              return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(), QString::number(++mTries),
+                                          suffix);
           })
 {
     connect(&mSearch, &GoalSearch::runBegan, this, [this](int number, int atMost) {
@@ -77,8 +79,7 @@ void GoalEncode::onEnded(const GoalOutcome& outcome)
         end.failure = failureOf(outcome.runCode, outcome.runText);
         break;
     case GoalOutcome::MeasureFailed:
-        end.failure = {FailureKind::MeasureFailed,
-                       QStringLiteral("it could not be compared with its result")};
+        end.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
         break;
     case GoalOutcome::Stopped:
         end.failure = {FailureKind::Interrupted, QString()};

@@ -7,6 +7,8 @@
 #include "host/run/MakeEncode.h"
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -27,7 +29,7 @@ bool haveSameContent(const QString& path, const QString& other)
     return true;
 }
 
-const Failure kNoLink{FailureKind::MeasureFailed, QStringLiteral("no link to its name could be made")};
+const Failure kNoLink{FailureKind::MeasureFailed, u"no link to its name could be made"_s};
 
 // Whether a copy of the source may go under the output's name.
 bool isOfOutputsKind(const JobSpec& spec, const QString& sourcePath)
@@ -100,9 +102,8 @@ Failure Job::statSource()
     mResult.bytesBefore = facts->bytes;
     // Reading a pipe or a device may never end, and nothing tells its size.
     if (facts->kind != Platform::FileFacts::Regular)
-        return {FailureKind::NotRegular, facts->kind == Platform::FileFacts::Folder
-                                             ? QStringLiteral("; -r takes folders")
-                                             : QString()};
+        return {FailureKind::NotRegular,
+                facts->kind == Platform::FileFacts::Folder ? u"; -r takes folders"_s : QString()};
     return facts->bytes == 0 ? Failure{FailureKind::Empty, QString()} : Failure();
 }
 
@@ -147,7 +148,7 @@ Failure Job::reachFiles()
     const QString source = NativePath::absolute(mSpec.inputPath);
     QString suffix = NativePath::suffix(source);
     if (!NativePath::isPlain(suffix))
-        suffix = QStringLiteral("bin");
+        suffix = u"bin"_s;
     mSourcePath = plainPath(source, suffix);
     // The staged name is plain, so its folder is what may not be.
     const QString folder = plainPath(NativePath::folder(mDelivery->stagedPath()), QString());
@@ -209,7 +210,7 @@ void Job::onEncoded(const EncodeEnd& end)
         return;
     // Not the encoder's fault, whatever it has said.
     if (!Platform::factsOf(NativePath::folder(mResultPath)))
-        return fail({FailureKind::DeliveryFailed, QStringLiteral("its folder is gone")});
+        return fail({FailureKind::DeliveryFailed, u"its folder is gone"_s});
     if (end.failure)
         return fail(end.failure);
     if (end.estimate)
@@ -296,7 +297,7 @@ void Job::deliver(Outcome outcome)
     Failure failure = mDelivery->deliver(mResult.keptAt);
     // Before the work it was the user's mistake; now it is somebody else's doing.
     if (failure.kind == FailureKind::OutputExists && !mContext.options.skipExisting)
-        failure = {FailureKind::DeliveryFailed, QStringLiteral("it exists by now")};
+        failure = {FailureKind::DeliveryFailed, u"it exists by now"_s};
     if (failure)
         return fail(failure);
     end(outcome);

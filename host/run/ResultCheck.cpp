@@ -14,6 +14,8 @@
 #include "host/run/Background.h"
 #include "host/system/PlatformFiles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QList<Warning> warningsOf(const QList<Loss>& losses)
@@ -70,7 +72,7 @@ void ResultCheck::checkImage()
         if (!result.metadataError.isEmpty())
             return end({FailureKind::MetadataFailed, result.metadataError});
         if (result.facts.kind != MediaKind::Image)
-            return end({FailureKind::ResultCut, QStringLiteral("it is no image")});
+            return end({FailureKind::ResultCut, u"it is no image"_s});
         if (!result.facts.damage.isEmpty())
             return end({FailureKind::ResultCut, result.facts.damage});
         mView.warnings += warningsOf(imageLosses(mSource.facts, result.facts));
@@ -97,7 +99,7 @@ void ResultCheck::onProbed()
         !missingVideoMetadata(mSource.video, result, suffix).isEmpty())
         return restoreVideoMetadata(result);
     if (verdict.kind != LengthVerdict::Whole)
-        mView.warnings.append({QStringLiteral("length"), verdict.text});
+        mView.warnings.append({u"length"_s, verdict.text});
     mView.warnings += warningsOf(videoLosses(mSource.video, result));
     end({});
 }
@@ -105,7 +107,7 @@ void ResultCheck::onProbed()
 void ResultCheck::restoreVideoMetadata(const VideoFacts& result)
 {
     const QFileInfo made(mFiles.result);
-    mRestoredPath = made.path() + u'/' + made.completeBaseName() + QStringLiteral(".tags.") + made.suffix();
+    mRestoredPath = made.path() + u'/' + made.completeBaseName() + u".tags."_s + made.suffix();
     mRestore = std::make_unique<FfmpegRun>();
     connect(mRestore.get(), &FfmpegRun::ended, this, &ResultCheck::onRestored);
     mRestore->start(
@@ -116,8 +118,8 @@ void ResultCheck::onRestored(bool isSuccess, const QByteArray& log)
 {
     if (!isSuccess) {
         const QByteArray reason = log.trimmed().split('\n').last();
-        return end({FailureKind::MetadataFailed,
-                    reason.isEmpty() ? QStringLiteral("ffmpeg failed") : QString::fromUtf8(reason)});
+        return end(
+            {FailureKind::MetadataFailed, reason.isEmpty() ? u"ffmpeg failed"_s : QString::fromUtf8(reason)});
     }
     const QString error = Platform::rename(mRestoredPath, mFiles.result, true);
     if (!error.isEmpty())

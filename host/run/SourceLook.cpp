@@ -9,6 +9,8 @@
 #include "host/run/Background.h"
 #include "host/system/PlatformFiles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // By its own name: the bytes of it may be none that Qt could carry.
@@ -29,17 +31,17 @@ SourceView inspect(const QString& path)
 Failure unfitFor(const SourceFacts& facts, const Format& format, const Options& options)
 {
     if (facts.kind == MediaKind::Sound)
-        return {FailureKind::NotMedia, QStringLiteral(": it is sound alone")};
+        return {FailureKind::NotMedia, u": it is sound alone"_s};
     if (facts.kind != MediaKind::Image && facts.kind != MediaKind::Video)
         return {FailureKind::NotMedia, QString()};
     const bool isVideo = facts.kind == MediaKind::Video || facts.image.isAnimated;
     if (format.isVideo() && !isVideo)
-        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", an image, and no video")};
+        return {FailureKind::UnsupportedKind, facts.name + u", an image, and no video"_s};
     if (!format.isVideo() && facts.kind == MediaKind::Video)
-        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral(", a video, and no image")};
+        return {FailureKind::UnsupportedKind, facts.name + u", a video, and no image"_s};
     const Obstacle obstacle = obstacleFor(facts, format);
     if (obstacle.kind == Obstacle::Unsupported)
-        return {FailureKind::UnsupportedKind, facts.name + QStringLiteral("; ") + obstacle.text};
+        return {FailureKind::UnsupportedKind, facts.name + u"; "_s + obstacle.text};
     if (obstacle.kind == Obstacle::FirstFrame && !options.firstFrame)
         return {FailureKind::Animated, QString()};
     return {};
@@ -72,7 +74,7 @@ void SourceLook::onInspected(const SourceView& view)
     if (!mView.facts.damage.isEmpty()) {
         if (!mMayTakeDamaged)
             return end({FailureKind::SourceCut, mView.facts.damage});
-        mView.warnings.append({QStringLiteral("source-cut"), mView.facts.damage});
+        mView.warnings.append({u"source-cut"_s, mView.facts.damage});
     }
     if (!mSpec.format->isVideo())
         return end({});
@@ -86,7 +88,7 @@ void SourceLook::onProbed()
     if (!mView.video.error.isEmpty())
         return end({FailureKind::MeasureFailed, mView.video.error});
     if (!mView.video.videoStream())
-        return end({FailureKind::NotMedia, QStringLiteral(": there is no video in it")});
+        return end({FailureKind::NotMedia, u": there is no video in it"_s});
     end({});
 }
 

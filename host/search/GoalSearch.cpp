@@ -9,6 +9,8 @@
 #include "host/search/SizeSearch.h"
 #include "host/search/SsimSearch.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // pngquant cannot keep within the limits it was given; other limits may do.
@@ -187,12 +189,12 @@ QString reachedText(const SearchTarget& target, const GoalOutcome& outcome)
 {
     const Trial& nearest = outcome.trials[outcome.chosen];
     const bool isPercentage = target.isVideo && target.size;
-    const QString setting = isPercentage ? QStringLiteral("aiming at %1 %").arg(nearest.setting, 0, 'f', 1)
-                                         : QStringLiteral("at quality %1").arg(nearest.setting);
+    const QString setting = isPercentage ? u"aiming at %1 %"_s.arg(nearest.setting, 0, 'f', 1)
+                                         : u"at quality %1"_s.arg(nearest.setting);
     const QString ssim = QString::number(nearest.ssim, 'f', 4);
     if (!target.size)
-        return QStringLiteral("an SSIM of %1 at most, %2").arg(ssim, setting);
+        return u"an SSIM of %1 at most, %2"_s.arg(ssim, setting);
     if (nearest.ssim < 0)
-        return QStringLiteral("no smaller than %1 bytes, %2").arg(nearest.bytes).arg(setting);
-    return QStringLiteral("an SSIM of %1 in %2 bytes, %3").arg(ssim).arg(nearest.bytes).arg(setting);
+        return u"no smaller than %1 bytes, %2"_s.arg(nearest.bytes).arg(setting);
+    return u"an SSIM of %1 in %2 bytes, %3"_s.arg(ssim).arg(nearest.bytes).arg(setting);
 }

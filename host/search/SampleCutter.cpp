@@ -2,6 +2,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString seconds(qint64 ms)
@@ -30,17 +32,16 @@ void SampleCutter::cut(const QString& videoPath, qint64 beginMs, qint64 lengthMs
     mPiecePath = piecePath;
     mLengthMs = lengthMs;
     // Before the input, so that ffmpeg seeks instead of reading up to there.
-    copy({QStringLiteral("-ss"), seconds(beginMs)}, videoPath, lengthMs, helpPath);
+    copy({u"-ss"_s, seconds(beginMs)}, videoPath, lengthMs, helpPath);
 }
 
 void SampleCutter::copy(const QStringList& place, const QString& from, qint64 lengthMs, const QString& to)
 {
-    QStringList arguments{QStringLiteral("-v"), QStringLiteral("error")};
+    QStringList arguments{u"-v"_s, u"error"_s};
     arguments += place;
     // "V" leaves covers out.
-    arguments << QStringLiteral("-i") << FfmpegRun::pathArgument(from) << QStringLiteral("-map")
-              << QStringLiteral("0:V:0") << QStringLiteral("-map") << QStringLiteral("0:a:0?")
-              << QStringLiteral("-c") << QStringLiteral("copy") << QStringLiteral("-t") << seconds(lengthMs)
-              << QStringLiteral("-n") << FfmpegRun::pathArgument(to);
+    arguments << u"-i"_s << FfmpegRun::pathArgument(from) << u"-map"_s << u"0:V:0"_s << u"-map"_s
+              << u"0:a:0?"_s << u"-c"_s << u"copy"_s << u"-t"_s << seconds(lengthMs) << u"-n"_s
+              << FfmpegRun::pathArgument(to);
     mRun.start(arguments);
 }

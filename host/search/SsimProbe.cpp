@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <tuple>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The measure looks at blocks of 8 by 8, in the colour planes too, which have half the sides.
@@ -13,7 +15,7 @@ constexpr int kLeastSide = 16;
 
 QString sizeText(const QSize& size)
 {
-    return QStringLiteral("%1:%2").arg(size.width()).arg(size.height());
+    return u"%1:%2"_s.arg(size.width()).arg(size.height());
 }
 
 } // namespace
@@ -43,14 +45,14 @@ void SsimProbe::start(const QString& resultPath, const QString& sourcePath, Kind
     if (kind == Kind::Image)
         mRun.start(imageInputs(), mSourcePath, QFileInfo(mResultPath).path());
     else
-        mRun.start(videoInput() + QStringList{QStringLiteral("-i"), FfmpegRun::pathArgument(mSourcePath)}, {},
+        mRun.start(videoInput() + QStringList{u"-i"_s, FfmpegRun::pathArgument(mSourcePath)}, {},
                    QFileInfo(mResultPath).path());
 }
 
 // By its name in its own folder: whatever the folder's name holds can then be taken for no pattern.
 QStringList SsimProbe::videoInput() const
 {
-    return {QStringLiteral("-i"), FfmpegRun::pathArgument(QFileInfo(mResultPath).fileName())};
+    return {u"-i"_s, FfmpegRun::pathArgument(QFileInfo(mResultPath).fileName())};
 }
 
 // The source comes in by no name at all. The encoders of JPEG and PNG take images as they are stored;
@@ -58,9 +60,9 @@ QStringList SsimProbe::videoInput() const
 QStringList SsimProbe::imageInputs() const
 {
     QStringList turning;
-    if (QFileInfo(mResultPath).suffix().toLower() != QLatin1String("webp"))
-        turning << QStringLiteral("-noautorotate");
-    return turning + videoInput() + turning + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")};
+    if (QFileInfo(mResultPath).suffix().toLower() != "webp"_L1)
+        turning << u"-noautorotate"_s;
+    return turning + videoInput() + turning + QStringList{u"-i"_s, u"pipe:0"_s};
 }
 
 void SsimProbe::compare(const QByteArray& log)
@@ -84,34 +86,23 @@ void SsimProbe::compare(const QByteArray& log)
 // up to the encoder, and then has the result's images, number by number.
 void SsimProbe::compareVideos(bool asContainerDoes)
 {
-    static const QStringList kConstantRate{QStringLiteral("mp4"), QStringLiteral("mov"),
-                                           QStringLiteral("m4v"), QStringLiteral("f4v")};
+    static const QStringList kConstantRate{u"mp4"_s, u"mov"_s, u"m4v"_s, u"f4v"_s};
     mStep = asContainerDoes ? Step::First : Step::Last;
     const bool isConstant =
         kConstantRate.contains(QFileInfo(mResultPath).suffix().toLower()) == asContainerDoes;
-    const QString scale = QStringLiteral("scale=%1,").arg(sizeText(mVideoSize));
-    mRun.startFed({QStringLiteral("-i"), FfmpegRun::pathArgument(mSourcePath), QStringLiteral("-map"),
-                   QStringLiteral("0:V:0"), QStringLiteral("-vf"), scale + QStringLiteral("format=yuv420p"),
-                   QStringLiteral("-fps_mode"), isConstant ? QStringLiteral("cfr") : QStringLiteral("vfr"),
-                   QStringLiteral("-c:v"), QStringLiteral("rawvideo"), QStringLiteral("-f"),
-                   QStringLiteral("nut"), QStringLiteral("pipe:1")},
-                  videoInput() + QStringList{QStringLiteral("-i"), QStringLiteral("pipe:0")} +
-                      comparison(QStringLiteral("[0:V:0]%1format=yuv420p,settb=1/25,setpts=N[r];"
-                                                "[1:v:0]settb=1/25,setpts=N[s];[r][s]ssim=shortest=1")
-                                     .arg(scale)),
+    const QString scale = u"scale=%1,"_s.arg(sizeText(mVideoSize));
+    mRun.startFed({u"-i"_s, FfmpegRun::pathArgument(mSourcePath), u"-map"_s, u"0:V:0"_s, u"-vf"_s,
+                   scale + u"format=yuv420p"_s, u"-fps_mode"_s, isConstant ? u"cfr"_s : u"vfr"_s, u"-c:v"_s,
+                   u"rawvideo"_s, u"-f"_s, u"nut"_s, u"pipe:1"_s},
+                  videoInput() + QStringList{u"-i"_s, u"pipe:0"_s} +
+                      comparison(u"[0:V:0]%1format=yuv420p,settb=1/25,setpts=N[r];"
+                                 "[1:v:0]settb=1/25,setpts=N[s];[r][s]ssim=shortest=1"_s.arg(scale)),
                   QFileInfo(mResultPath).path());
 }
 
 QStringList SsimProbe::comparison(const QString& graph)
 {
-    return {QStringLiteral("-filter_complex"),
-            graph,
-            QStringLiteral("-an"),
-            QStringLiteral("-progress"),
-            QStringLiteral("pipe:1"),
-            QStringLiteral("-f"),
-            QStringLiteral("null"),
-            QStringLiteral("-")};
+    return {u"-filter_complex"_s, graph, u"-an"_s, u"-progress"_s, u"pipe:1"_s, u"-f"_s, u"null"_s, u"-"_s};
 }
 
 void SsimProbe::onCompared(double ssim)
@@ -133,27 +124,24 @@ QString SsimProbe::imageGraph(const MediaGlance::Video& image, const MediaGlance
     // What an encoder drops, transparency, is no difference; what it keeps shows on a ground.
     const bool hasAlpha = image.mayHaveAlpha() && source.mayHaveAlpha();
     QString graph;
-    for (const auto& [input, stream, name] : {std::tuple(0, image.stream, QLatin1String("r")),
-                                              std::tuple(1, source.stream, QLatin1String("s"))}) {
+    for (const auto& [input, stream, name] :
+         {std::tuple(0, image.stream, "r"_L1), std::tuple(1, source.stream, "s"_L1)}) {
         const QString frame =
-            QStringLiteral("[%1:%2]trim=end_frame=1,setpts=0,scale=%3:flags=bicubic+accurate_rnd,")
-                .arg(input)
+            u"[%1:%2]trim=end_frame=1,setpts=0,scale=%3:flags=bicubic+accurate_rnd,"_s.arg(input)
                 .arg(stream)
                 .arg(sizeText(size));
-        const QString onGrey =
-            QStringLiteral("format=yuva420p[%1a];color=gray:s=%2x%3:r=1:d=1,format=yuv420p[%1g];"
-                           "[%1g][%1a]overlay=format=yuv420,")
-                .arg(name)
-                .arg(size.width())
-                .arg(size.height());
-        graph += frame + (hasAlpha ? onGrey : QString()) + QStringLiteral("format=yuv420p[%1];").arg(name);
+        const QString onGrey = u"format=yuva420p[%1a];color=gray:s=%2x%3:r=1:d=1,format=yuv420p[%1g];"
+                               "[%1g][%1a]overlay=format=yuv420,"_s.arg(name)
+                                   .arg(size.width())
+                                   .arg(size.height());
+        graph += frame + (hasAlpha ? onGrey : QString()) + u"format=yuv420p[%1];"_s.arg(name);
     }
-    return graph + QStringLiteral("[r][s]ssim");
+    return graph + u"[r][s]ssim"_s;
 }
 
 double SsimProbe::ssimIn(const QByteArray& log)
 {
-    static const QRegularExpression kAll(QStringLiteral(" All:([01]\\.\\d+) "));
+    static const QRegularExpression kAll(u" All:([01]\\.\\d+) "_s);
     double ssim = -1.0;
     auto matches = kAll.globalMatch(QString::fromUtf8(log));
     while (matches.hasNext())

@@ -7,6 +7,8 @@
 
 #include "host/search/SamplePlan.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A single piece says less than the video's beginning, which needs no cut.
@@ -54,7 +56,7 @@ void VideoEstimate::stop()
 void VideoEstimate::glanceAt(const QString& path, Answer answer)
 {
     mAnswer = answer;
-    mGlance.start({QStringLiteral("-i"), FfmpegRun::pathArgument(path)});
+    mGlance.start({u"-i"_s, FfmpegRun::pathArgument(path)});
 }
 
 void VideoEstimate::onSource(const MediaGlance& source)

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QStringDecoder>
 
+using namespace Qt::StringLiterals;
+
 namespace NativePath {
 
 namespace {
@@ -34,7 +36,7 @@ constexpr qsizetype kPlainLength = 240;
 QString fromNative(const std::filesystem::path& path)
 {
     QString text = QDir::fromNativeSeparators(QString::fromStdWString(path.native()));
-    if (text.startsWith(QLatin1String("//?/")))
+    if (text.startsWith("//?/"_L1))
         text.remove(0, 4);
     return text;
 }
@@ -42,9 +44,9 @@ QString fromNative(const std::filesystem::path& path)
 std::filesystem::path toNative(const QString& text)
 {
     const QString path = QDir::toNativeSeparators(text);
-    if (path.size() < kPlainLength || path.startsWith(QLatin1String("\\\\")))
+    if (path.size() < kPlainLength || path.startsWith("\\\\"_L1))
         return path.toStdWString();
-    return (QStringLiteral("\\\\?\\") + QDir::toNativeSeparators(absolute(text))).toStdWString();
+    return (u"\\\\?\\"_s + QDir::toNativeSeparators(absolute(text))).toStdWString();
 }
 
 #else
@@ -135,8 +137,8 @@ QString folder(const QString& path)
 {
     const qsizetype slash = path.lastIndexOf(u'/');
     if (slash < 0)
-        return QStringLiteral(".");
-    return slash == 0 ? QStringLiteral("/") : path.left(slash);
+        return u"."_s;
+    return slash == 0 ? u"/"_s : path.left(slash);
 }
 
 QString join(const QString& folder, const QString& name)

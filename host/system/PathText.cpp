@@ -3,24 +3,25 @@
 #include <QList>
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString escaped(char32_t letter)
 {
     switch (letter) {
     case '\n':
-        return QStringLiteral("\\n");
+        return u"\\n"_s;
     case '\t':
-        return QStringLiteral("\\t");
+        return u"\\t"_s;
     case '\r':
-        return QStringLiteral("\\r");
+        return u"\\r"_s;
     default:
         break;
     }
     // A byte that is no letter stands as a lone surrogate, whose lower half it is.
     const uint number = letter >= 0xDC80 && letter <= 0xDCFF ? letter - 0xDC00 : uint(letter);
-    return number <= 0xFF ? QStringLiteral("\\x%1").arg(number, 2, 16, QLatin1Char('0'))
-                          : QStringLiteral("\\u{%1}").arg(number, 0, 16);
+    return number <= 0xFF ? u"\\x%1"_s.arg(number, 2, 16, QLatin1Char('0')) : u"\\u{%1}"_s.arg(number, 0, 16);
 }
 
 bool isUnfit(char32_t letter)
@@ -94,13 +95,12 @@ QString shown(const QString& path)
 
 QString shellWord(const QString& word)
 {
-    static const QRegularExpression kPlain(QStringLiteral("^[\\w@%+=:,./-]+$"));
+    static const QRegularExpression kPlain(u"^[\\w@%+=:,./-]+$"_s);
     if (kPlain.match(word).hasMatch())
         return word;
     if (shown(word) != word)
-        return QStringLiteral("$'%1'").arg(
-            shown(QString(word).replace(u'\\', QLatin1String("\\\\")).replace(u'\'', QLatin1String("\\'"))));
-    return u'\'' + QString(word).replace(u'\'', QLatin1String("'\\''")) + u'\'';
+        return u"$'%1'"_s.arg(shown(QString(word).replace(u'\\', "\\\\"_L1).replace(u'\'', "\\'"_L1)));
+    return u'\'' + QString(word).replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
 int columnsOf(const QString& text)
@@ -124,7 +124,7 @@ QString cutTo(const QString& text, int columns)
             break;
         cut += QString::fromUcs4(&letter, 1);
     }
-    return hasEllipsis ? cut + QLatin1String("...") : cut;
+    return hasEllipsis ? cut + "..."_L1 : cut;
 }
 
 QString cutFrontTo(const QString& text, int columns)
@@ -138,5 +138,5 @@ QString cutFrontTo(const QString& text, int columns)
     while (from > 0 && left >= columnsOf(letters.at(from - 1)))
         left -= columnsOf(letters.at(--from));
     const QString cut = QString::fromUcs4(letters.constData() + from, letters.size() - from);
-    return hasEllipsis ? QLatin1String("...") + cut : cut;
+    return hasEllipsis ? "..."_L1 + cut : cut;
 }

@@ -17,6 +17,8 @@
 #include "host/system/NativePath.h"
 #include "host/system/PlatformFiles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace Platform {
 
 namespace {
@@ -262,7 +264,7 @@ namespace {
 // The 22nd field, in clock ticks since the machine's start; behind the last bracket, as a name may have any.
 QString startOf(qint64 process)
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    QFile file(u"/proc/%1/stat"_s.arg(process));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QByteArray line = file.readAll();
@@ -277,7 +279,7 @@ ProcessIdentity ProcessIdentity::own()
     std::array<char, 256> host = {};
     gethostname(host.data(), host.size() - 1);
     // Many machines of one disk may go by one name.
-    QFile id(QStringLiteral("/etc/machine-id"));
+    QFile id(u"/etc/machine-id"_s);
     const QByteArray machine = id.open(QIODevice::ReadOnly) ? id.readLine(64).trimmed() : QByteArray();
     return {QString::number(geteuid()),
             QString::fromLocal8Bit(host.data()) + u' ' + QString::fromLatin1(machine), getpid(),

@@ -10,6 +10,8 @@
 #include "host/system/NativePath.h"
 #include "host/system/PlatformFiles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace Platform {
 
 namespace {
@@ -149,8 +151,7 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
 {
     std::vector<FolderEntry> entries;
     WIN32_FIND_DATAW found = {};
-    const HANDLE search =
-        FindFirstFileW(native(NativePath::join(folder, QStringLiteral("*"))).c_str(), &found);
+    const HANDLE search = FindFirstFileW(native(NativePath::join(folder, u"*"_s)).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) {
         if (reason)
             *reason = reasonOf(GetLastError());
@@ -160,7 +161,7 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
         const QString name = QString::fromWCharArray(found.cFileName);
         const bool isLink = found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT;
         const bool isFolder = found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
-        if (name != u'.' && name != QLatin1String(".."))
+        if (name != u'.' && name != ".."_L1)
             entries.push_back({name, isFolder && !isLink, !isFolder && !isLink});
     } while (FindNextFileW(search, &found));
     FindClose(search);

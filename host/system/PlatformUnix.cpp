@@ -18,6 +18,8 @@
 #include "host/system/NativePath.h"
 #include "host/system/Platform.h"
 
+using namespace Qt::StringLiterals;
+
 namespace Platform {
 
 namespace {
@@ -144,12 +146,12 @@ QStringList lastCommand()
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     };
-    const QByteArray own = read(QStringLiteral("/proc/self/cmdline"));
-    const QByteArray children = read(QStringLiteral("/proc/thread-self/children")).trimmed();
+    const QByteArray own = read(u"/proc/self/cmdline"_s);
+    const QByteArray children = read(u"/proc/thread-self/children"_s).trimmed();
     const QString child = QString::fromLatin1(children.mid(children.lastIndexOf(' ') + 1));
     // Between fork and exec it still has this program's.
     for (int tries = 0; tries < 100 && !child.isEmpty(); ++tries) {
-        const QByteArray command = read(QStringLiteral("/proc/%1/cmdline").arg(child));
+        const QByteArray command = read(u"/proc/%1/cmdline"_s.arg(child));
         if (!command.isEmpty() && command != own) {
             QStringList words;
             for (const QByteArray& word : command.chopped(1).split('\0'))
@@ -165,7 +167,7 @@ QStringList lastCommand()
 QString temporaryFolder()
 {
     const QString folder = NativePath::fromBytes(qgetenv("TMPDIR"));
-    return folder.isEmpty() ? QStringLiteral("/tmp") : NativePath::absolute(folder);
+    return folder.isEmpty() ? u"/tmp"_s : NativePath::absolute(folder);
 }
 
 void setTemporaryFolder(const QString& folder)

@@ -10,6 +10,8 @@
 
 #include "host/system/NativePath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr char kMarkName[] = "vxcompress-mark";
@@ -47,7 +49,7 @@ QString randomLetters()
 QByteArray markContent()
 {
     const Platform::ProcessIdentity own = Platform::ProcessIdentity::own();
-    return QStringLiteral("%1\n%2\n%3\n%4\n%5\n")
+    return u"%1\n%2\n%3\n%4\n%5\n"_s
         .arg(QLatin1String(kMarkTitle), own.user, own.host, QString::number(own.process), own.started)
         .toUtf8();
 }
@@ -71,10 +73,10 @@ std::optional<Platform::ProcessIdentity> readMark(const QString& path)
 bool isOwnName(const QString& name, bool isFolder, int depth)
 {
     static const QRegularExpression kFile(
-        QStringLiteral("^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.diskprobe-\\w{6}|\\.vx-[0-9a-z]+(\\..*)?|%1)$")
-            .arg(QLatin1String(kMarkName)));
-    static const QRegularExpression kModuleFolder(QStringLiteral("^compress\\w{6}$"));
-    static const QRegularExpression kModuleFile(QStringLiteral("^(temporaryImage_[12]|source)\\..*$"));
+        u"^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.diskprobe-\\w{6}|\\.vx-[0-9a-z]+(\\..*)?|%1)$"_s.arg(
+            QLatin1String(kMarkName)));
+    static const QRegularExpression kModuleFolder(u"^compress\\w{6}$"_s);
+    static const QRegularExpression kModuleFile(u"^(temporaryImage_[12]|source)\\..*$"_s);
     if (isFolder)
         return depth == 0 && kModuleFolder.match(name).hasMatch();
     return (depth == 0 ? kFile : kModuleFile).match(name).hasMatch();
@@ -174,7 +176,7 @@ PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
         }
     }
     if (mError.isEmpty())
-        mError = QStringLiteral("no free name");
+        mError = u"no free name"_s;
     mPath.clear();
 }
 

@@ -79,8 +79,8 @@ class DemuxFilesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(QResource::registerResource(QStringLiteral(VXC_RESOURCES))); }
-    void cleanupTestCase() { QVERIFY(QResource::unregisterResource(QStringLiteral(VXC_RESOURCES))); }
+    void initTestCase() { QVERIFY(QResource::registerResource(QLatin1String(VXC_RESOURCES))); }
+    void cleanupTestCase() { QVERIFY(QResource::unregisterResource(QLatin1String(VXC_RESOURCES))); }
 
     void opens_data() { addRows(kOpens); }
     void opens()

@@ -11,6 +11,8 @@
 #include <limits>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace Fuzz {
@@ -82,7 +84,7 @@ inline QString write(const QString& name, const QByteArray& content)
 class Stdout
 {
 public:
-    Stdout() : mFile(scratch(QStringLiteral("stdout")))
+    Stdout() : mFile(scratch(u"stdout"_s))
     {
         require(mFile.open(QIODevice::ReadWrite | QIODevice::Unbuffered) && dup2(mFile.handle(), 1) == 1,
                 "standard output is a file");

@@ -3,6 +3,8 @@
 #include "demux/VobChapterScanner.h"
 #include "tests/fuzz/Fuzz.h"
 
+using namespace Qt::StringLiterals;
+
 using Fuzz::require;
 using namespace Vantor;
 
@@ -50,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         ms = input.flag() ? input.number(20000) : input.anyNumber();
     // Chapters are remembered by their path.
     static int count = 0;
-    const QString path = Fuzz::write(QString::number(++count) + QStringLiteral(".vob"), input.rest());
+    const QString path = Fuzz::write(QString::number(++count) + u".vob"_s, input.rest());
 
     FFVobDemuxer vob;
     FFDemuxer plain(FFDemuxer::TimestampFall::Joint);

@@ -11,6 +11,8 @@
 #include "tests/fuzz/Fuzz.h"
 #include "video/InfoEstimate.h"
 
+using namespace Qt::StringLiterals;
+
 using Fuzz::require;
 using namespace Vantor;
 
@@ -112,14 +114,13 @@ void run(const QString& path, Fuzz::Input& choices)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const QString kNames[] = {QStringLiteral("a.mp4"), QStringLiteral("a.flv"), QStringLiteral("a.ts"),
-                                     QStringLiteral("a.vob"), QString()};
+    static const QString kNames[] = {u"a.mp4"_s, u"a.flv"_s, u"a.ts"_s, u"a.vob"_s, QString()};
     Fuzz::Input input(data, size);
     const QString& name = input.oneOf(kNames);
     Fuzz::Input choices = input;
     if (name.isEmpty()) {
         const Resource resource(input.rest());
-        run(QStringLiteral(":/m"), choices);
+        run(u":/m"_s, choices);
         return 0;
     }
     const QString path = Fuzz::write(name, input.rest());

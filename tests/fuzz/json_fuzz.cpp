@@ -18,7 +18,7 @@ namespace {
 
 QJsonObject readSchema()
 {
-    QFile file(QStringLiteral(VXC_SOURCE_FOLDER "/docs/json-stream.schema.json"));
+    QFile file(QLatin1String(VXC_SOURCE_FOLDER "/docs/json-stream.schema.json"));
     require(file.open(QIODevice::ReadOnly), "there is a schema");
     return QJsonDocument::fromJson(file.readAll()).object();
 }

@@ -3,11 +3,13 @@
 
 #include "host/cli/ParseOptions.h"
 #include "host/job/Format.h"
-#include "host/system/PathText.h"
 #include "host/plan/Plan.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 #include "host/system/PrivateFolder.h"
 #include "tests/fuzz/Fuzz.h"
+
+using namespace Qt::StringLiterals;
 
 using Fuzz::require;
 
@@ -34,9 +36,9 @@ void checkList(Options options, const QByteArray& list)
 {
     options.inputs.clear();
     options.isShortForm = options.recursive = false;
-    options.filesFrom = Fuzz::write(QStringLiteral("list"), list);
+    options.filesFrom = Fuzz::write(u"list"_s, list);
     if (!options.output.isEmpty())
-        options.output = Fuzz::scratch(QStringLiteral("out"));
+        options.output = Fuzz::scratch(u"out"_s);
     QList<QByteArray> names = list.split(options.nullSeparated ? '\0' : '\n');
     names.removeAll(QByteArray());
 
@@ -81,7 +83,7 @@ void checkShown(const QByteArray& bytes)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     Fuzz::Input input(data, size);
-    QStringList arguments = {QStringLiteral("vxcompress")};
+    QStringList arguments = {u"vxcompress"_s};
     while (!input.isEmpty()) {
         const QByteArray word = input.piece('\n');
         if (word.isEmpty())

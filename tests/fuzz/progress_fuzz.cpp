@@ -4,6 +4,8 @@
 #include "tests/fuzz/Fuzz.h"
 #include "video/ProgressThread.h"
 
+using namespace Qt::StringLiterals;
+
 using Fuzz::require;
 
 namespace {
@@ -48,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QList<float> expected = toldBy(isEnded ? whole.left(marker) : whole, durationMs);
     for (const float share : expected)
         require(share >= 0, "no share is negative, and each is a number");
-    const QString path = Fuzz::scratch(QStringLiteral("progress.txt"));
+    const QString path = Fuzz::scratch(u"progress.txt"_s);
 
     QList<float> told;
     Reader pieces(durationMs, path, told);

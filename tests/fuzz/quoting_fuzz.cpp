@@ -6,6 +6,8 @@
 #include "image/CommandLine.h"
 #include "tests/fuzz/Fuzz.h"
 
+using namespace Qt::StringLiterals;
+
 using Fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -23,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (path.isEmpty())
             continue;
         paths.append(path);
-        fragments += {QStringLiteral("-option value"), quotedPath(path)};
+        fragments += {u"-option value"_s, quotedPath(path)};
     }
     if (paths.isEmpty())
         return 0;
@@ -32,9 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (qsizetype at = 0; at <= paths.size(); ++at) {
         const QString& path = paths[std::max<qsizetype>(at - 1, 0)];
         const QString& word = words[3 * at];
-        require(word == path || word == QLatin1String("./") + path, "a path comes back as it is");
+        require(word == path || word == "./"_L1 + path, "a path comes back as it is");
         require(!word.startsWith(u'-'), "a path is no option");
-        require(word.startsWith(QLatin1String("./")) || QDir::isAbsolutePath(word) || !word.contains(u':'),
+        require(word.startsWith("./"_L1) || QDir::isAbsolutePath(word) || !word.contains(u':'),
                 "a path is no protocol");
         require(at == 0 || (words[3 * at - 2] == u"-option" && words[3 * at - 1] == u"value"),
                 "what is beside a path stays beside it");

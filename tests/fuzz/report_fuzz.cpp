@@ -8,6 +8,8 @@
 #include "host/report/ReportCommand.h"
 #include "tests/fuzz/Fuzz.h"
 
+using namespace Qt::StringLiterals;
+
 using Fuzz::require;
 
 namespace {
@@ -15,8 +17,7 @@ namespace {
 void checkJson(const QByteArray& line)
 {
     const QJsonObject sum = QJsonDocument::fromJson(line).object();
-    require(sum.value(u"type") == QStringLiteral("report") && line.count('\n') == 1,
-            "one object in one line");
+    require(sum.value(u"type") == u"report"_s && line.count('\n') == 1, "one object in one line");
     qint64 files = 0;
     for (const char* end : {"delivered", "kept", "skipped", "predicted", "failed", "unfinished"})
         files += sum.value(QLatin1String(end)).toInteger(-1);
@@ -45,12 +46,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static Fuzz::Stdout output;
     const Fuzz::Input input(data, size);
-    const QString stream = Fuzz::write(QStringLiteral("runs.ndjson"), input.rest());
-    const QString page = Fuzz::scratch(QStringLiteral("page.html"));
-    const QString name = QStringLiteral("vxcompress");
-    const QString report = QStringLiteral("report");
-    const int status =
-        runReport({name, report, QStringLiteral("--json"), QStringLiteral("--html"), page, stream});
+    const QString stream = Fuzz::write(u"runs.ndjson"_s, input.rest());
+    const QString page = Fuzz::scratch(u"page.html"_s);
+    const QString name = u"vxcompress"_s;
+    const QString report = u"report"_s;
+    const int status = runReport({name, report, u"--json"_s, u"--html"_s, page, stream});
     const QByteArray json = output.take();
     require(status == kDelivered || (status == kUsage && json.isEmpty()), "a report, or none");
     if (status != kDelivered)

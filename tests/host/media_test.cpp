@@ -65,14 +65,14 @@ private slots:
     // alone is seen to be cut.
     void contentTells()
     {
-        const QString files = QStringLiteral(
-            "photo.jpg|JPEG|:|cut;more.jpg|JPEG|ts:media|cut;preview.jpg|JPEG?|:|cut;a.png|PNG|:|cut;"
+        const QString files =
+            u"photo.jpg|JPEG|:|cut;more.jpg|JPEG|ts:media|cut;preview.jpg|JPEG?|:|cut;a.png|PNG|:|cut;"
             "a.gif|GIF|:|cut;a.webp|WebP|:|cut;a.bmp|BMP|:|cut;media/mp4-moov-first.mp4|MP4|ts:mp4|cut;"
             "media/mp4-moov-last.mp4|MP4|flv:mp4|cut;media/mp4-fragmented.mp4|MP4|vob:mp4|cut;"
             "media/subs-one.mkv|Matroska|ts:mkv|cut;media/avi.avi|AVI|mp4:|cut;media/"
             "wmv-many.wmv|ASF|FLV:wmv|cut;"
             "media/flv.flv|FLV|flv:|;media/ts.ts|MPEG transport stream|ts:|;"
-            "media/vob.vob|MPEG program stream|vob:|;media/raw.h264|H.264 without a container|:|");
+            "media/vob.vob|MPEG program stream|vob:|;media/raw.h264|H.264 without a container|:|"_s;
         for (const QString& file : files.split(u';')) {
             const QStringList row = file.split(u'|');
             const bool isJpeg = row[1].startsWith("JPEG"_L1);
@@ -129,9 +129,9 @@ private slots:
     // The video, the seconds taken of it, the LengthVerdict, the losses.
     void videosAreCompared()
     {
-        const QString videos = QStringLiteral(
-            "subs-mixed.mkv|99|0|audio-tracks subtitles;truncated-moov-first.mp4|99|2|;"
-            "vob.vob|2|1|audio-tracks;vob-chain.vob|99|1|audio-tracks;cover-after.mp4|3|2|cover");
+        const QString videos =
+            u"subs-mixed.mkv|99|0|audio-tracks subtitles;truncated-moov-first.mp4|99|2|;"
+            "vob.vob|2|1|audio-tracks;vob-chain.vob|99|1|audio-tracks;cover-after.mp4|3|2|cover"_s;
         for (const QString& video : videos.split(u';')) {
             const QStringList row = video.split(u'|');
             QVERIFY(ffmpeg(u"-i media/%1 -map 0:v:0 -map 0:a:0 -t %2 video.mp4"_s.arg(row[0], row[1])));

@@ -8,6 +8,8 @@
 #include "tests/support/TestFolder.h"
 #include "tests/support/TestSystem.h"
 
+using namespace Qt::StringLiterals;
+
 /// What the fake encoders do for as long as this object lives, and what they did. One at a time.
 class FakeEncoder
 {
@@ -42,7 +44,7 @@ public:
             qunsetenv(variable.constData());
     }
     /// Lets those that hang go on to their end.
-    void open() const { QDir(mRecords.path()).mkdir(QStringLiteral("open")); }
+    void open() const { QDir(mRecords.path()).mkdir(u"open"_s); }
 
     /// All encoders that came to life, the oldest first.
     QList<Run> runs() const
@@ -77,6 +79,6 @@ private:
     }
 
     // Beside the program: a test looks for what is left in the temporary location.
-    const QTemporaryDir mRecords{QCoreApplication::applicationDirPath() + QStringLiteral("/records-XXXXXX")};
+    const QTemporaryDir mRecords{QCoreApplication::applicationDirPath() + u"/records-XXXXXX"_s};
     QList<QByteArray> mVariables;
 };

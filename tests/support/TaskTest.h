@@ -13,6 +13,8 @@
 #include "tests/support/FakeEncoder.h"
 #include "tests/support/Rows.h"
 
+using namespace Qt::StringLiterals;
+
 using Finish = std::pair<int, QString>;
 
 /// One of the ways in which a host runs a task.
@@ -48,10 +50,7 @@ public:
     bool ends(qsizetype count = 1);
     bool run() { return begin() && ends(finishes.size() + 1); }
     /// The last one; { -1, "none" } without one.
-    Finish finish() const
-    {
-        return finishes.isEmpty() ? Finish(-1, QStringLiteral("none")) : finishes.last();
-    }
+    Finish finish() const { return finishes.isEmpty() ? Finish(-1, u"none"_s) : finishes.last(); }
 
     QSharedPointer<ICompressTask> task; ///< the host's only reference
     std::function<void()> onFinish;     ///< what the host does in its slot; once
@@ -90,10 +89,10 @@ protected:
     static QByteArray testCase();
 
     static QString withSuffix(const QString& name) { return name + u'.' + QLatin1String(kind().suffix); }
-    QString source() { return folder->path(withSuffix(QStringLiteral("a source"))); }
-    QString output() { return folder->path(withSuffix(QStringLiteral("out"))); }
+    QString source() { return folder->path(withSuffix(u"a source"_s)); }
+    QString output() { return folder->path(withSuffix(u"out"_s)); }
     QByteArray atOutput() { return TestFolder::read(output()); }
-    void writeOld() { folder->write(withSuffix(QStringLiteral("out")), kOld); }
+    void writeOld() { folder->write(withSuffix(u"out"_s), kOld); }
     /// What is at the output path when a run over kOld has failed: its encoder may have touched it.
     static QByteArray oldAfterFailure() { return kind().isDirect ? QByteArray() : kOld; }
     std::unique_ptr<TaskProbe> makeTask() { return std::make_unique<TaskProbe>(kind(), source(), output()); }

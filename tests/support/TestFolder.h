@@ -4,6 +4,8 @@
 #include <QSysInfo>
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 /// A media source of the tests by its file name.
 inline QString media(QAnyStringView name)
 {
@@ -23,7 +25,7 @@ public:
     {
         return mRoot.path() + (name.isEmpty() ? name : u'/' + name);
     }
-    QString temporaryPath() const { return path(QStringLiteral("tmp")); }
+    QString temporaryPath() const { return path(u"tmp"_s); }
 
     /// Writes a file of this folder and returns its path.
     QString write(const QString& name, const QByteArray& content) const
@@ -40,7 +42,7 @@ public:
         return file.open(QIODevice::ReadOnly) ? QByteArray("").append(file.readAll()) : QByteArray();
     }
     /// Everything in a folder inside, by default the temporary location, where a well-behaved test leaves nothing.
-    QStringList leftovers(const QString& name = QStringLiteral("tmp")) const
+    QStringList leftovers(const QString& name = u"tmp"_s) const
     {
         return QDir(path(name))
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
@@ -53,7 +55,6 @@ public:
 
 private:
     const QString mBefore = QDir::tempPath();
-    const QString mQuote =
-        QSysInfo::kernelType() == QLatin1String("winnt") ? QString() : QStringLiteral("\"");
-    const QTemporaryDir mRoot{mBefore + QStringLiteral("/vx ") + mQuote + QStringLiteral("t\u00e9st-XXXXXX")};
+    const QString mQuote = QSysInfo::kernelType() == "winnt"_L1 ? QString() : u"\""_s;
+    const QTemporaryDir mRoot{mBefore + u"/vx "_s + mQuote + u"t\u00e9st-XXXXXX"_s};
 };

@@ -12,21 +12,23 @@
 #include <qt_windows.h>
 #endif
 
+using namespace Qt::StringLiterals;
+
 namespace TestSystem {
 
 const char* reasonAgainst(const QStringList& things)
 {
     static const QHash<QString, const char*> kReasons{
 #ifdef Q_OS_UNIX
-        {QStringLiteral("silent-kill"), "the system tells of a kill"},
+        {u"silent-kill"_s, "the system tells of a kill"},
 #else
-        {QStringLiteral("kill"), "there are no signals"},
-        {QStringLiteral("late"), "nothing can hold the end of a process up"},
-        {QStringLiteral("limit"), "there is no limit on what a process writes"},
-        {QStringLiteral("pipe"), "pipes lie apart from files"},
-        {QStringLiteral("symbolic link"), "symbolic links take a right that few users have"},
-        {QStringLiteral("untellable"), "no function of a test stands before the system's"},
-        {QStringLiteral("unmarked"), "ffmpeg's end without its marker counts as a kill"},
+        {u"kill"_s, "there are no signals"},
+        {u"late"_s, "nothing can hold the end of a process up"},
+        {u"limit"_s, "there is no limit on what a process writes"},
+        {u"pipe"_s, "pipes lie apart from files"},
+        {u"symbolic link"_s, "symbolic links take a right that few users have"},
+        {u"untellable"_s, "no function of a test stands before the system's"},
+        {u"unmarked"_s, "ffmpeg's end without its marker counts as a kill"},
 #endif
     };
     for (const QString& thing : things) {
@@ -42,8 +44,8 @@ const char* reasonAgainstFfmpeg(const QStringList& parts)
         QByteArray lists;
         for (const char* list : {"-encoders", "-muxers", "-filters"}) {
             QProcess process;
-            process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/ffmpeg"),
-                          {QStringLiteral("-v"), QStringLiteral("quiet"), QLatin1String(list)});
+            process.start(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s,
+                          {u"-v"_s, u"quiet"_s, QLatin1String(list)});
             process.waitForFinished();
             lists += process.readAllStandardOutput();
         }
@@ -76,7 +78,7 @@ const char* reasonAgainstName(const QString&)
 
 bool isRunning(int processId)
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(processId));
+    QFile file(u"/proc/%1/stat"_s.arg(processId));
     if (!file.open(QIODevice::ReadOnly))
         return false;
     // State and parent stand behind the name; the number may be another's by now.
@@ -102,7 +104,7 @@ void limitFiles(const QString& bytes)
 const char* reasonAgainstName(const QString& name)
 {
     for (const QChar letter : name) {
-        if (QStringLiteral("\\:*?\"<>|").contains(letter))
+        if (u"\\:*?\"<>|"_s.contains(letter))
             return "no file can have such a name";
     }
     return QStringView(name).isValidUtf16() ? nullptr : "under Wine no file can have such a name";
