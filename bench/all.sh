@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Writes docs/benchmarks.md by one run of all that compares vxcompress. On a quiet machine, about half an hour.
+# Writes docs/benchmarks.md by one run of all that compares vxcompress; its parts can run one by one, too. On a quiet machine, about half an hour.
 #
 #   bench/all.sh [--small]      --small: a trial of the scripts in a minute or two; writes to standard output
 set -euo pipefail
@@ -16,7 +16,7 @@ trap 'rm -f -- "$draft"' EXIT
     cat <<INTRO
 # How fast it is
 
-Written by \`bench/all.sh\` in one run, on $(nproc) cores ($(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)), with
+Written by the parts of \`bench/all.sh\`, one after the other, on $(nproc) cores ($(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)), with
 $(ffmpeg -version | sed -n '1s/ Copyright.*//p'). The photos and videos are made by ffmpeg's generators, with grain. Times are
 wall times: medians of three runs that take turns, for videos means of two.
 

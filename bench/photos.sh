@@ -62,7 +62,7 @@ peer() { # NAME COMMAND...: with the results in $work/peer
     row "the same to jpg at 75, vxcompress / $name: time" "$our s" "$their s" "$(over "$our" "$their")" ""
     row "— bytes" "$(bytes_in "$work/ours")" "$(bytes_in "$work/peer")" \
         "$(over "$(bytes_in "$work/ours")" "$(bytes_in "$work/peer")")" ""
-    row "— SSIM to the source (SSIM)" "$(mean_ssim "$work/jpg" "$work/ours")" "$(mean_ssim "$work/jpg" "$work/peer")" "" ""
+    row "— SSIM to the source" "$(mean_ssim "$work/jpg" "$work/ours")" "$(mean_ssim "$work/jpg" "$work/peer")" "" ""
 }
 our=$(seconds ours jpg "$work/jpg")
 with_jpegoptim() { find "$work/jpg" -type f -print0 | xargs -0 -P "$cores" -n 10 jpegoptim -q -m75 -d "$work/peer"; }

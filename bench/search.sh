@@ -32,7 +32,7 @@ for suffix in jpg webp; do
     for size in 10% 40% 80%; do goal fractal.jpg $suffix $size -; done
 done
 for size in 20% 30% 1kB; do goal fractal.png png $size -; done
-for SSIM in 0.9 0.95 0.99; do goal hard.mp4 mp4 - $SSIM; done
-for SSIM in 0.95 0.98 0.9999; do goal fractal.jpg jpg - $SSIM; done
+for ssim in 0.9 0.95 0.99; do goal hard.mp4 mp4 - $ssim; done
+for ssim in 0.95 0.98 0.9999; do goal fractal.jpg jpg - $ssim; done
 goal hard.mp4 mp4 40% 0.5
 goal fractal.jpg jpg 40% 0.999

@@ -48,5 +48,5 @@ row "four videos of $length s, $size, vxcompress / HandBrakeCLI: time" "$our s" 
     "at most 0.95"
 row "— bytes" "$(bytes_in "$work/ours")" "$(bytes_in "$work/peer")" \
     "$(over "$(bytes_in "$work/ours")" "$(bytes_in "$work/peer")")" ""
-row "— SSIM to the source (SSIM)" "$(mean_ssim "$work/videos" "$work/ours")" \
+row "— SSIM to the source" "$(mean_ssim "$work/videos" "$work/ours")" \
     "$(mean_ssim "$work/videos" "$work/peer")" "" ""
