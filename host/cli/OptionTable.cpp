@@ -63,8 +63,7 @@ constexpr OptionRow kTable[] = {
 
     {0, "json", nullptr, None, nullptr, kSaid, "tell everything as JSON, an object a line", nullptr, false},
     {0, "quiet", nullptr, None, nullptr, kSaid, "tell failures only", nullptr, true},
-    {'v', "verbose", nullptr, None, nullptr, kSaid, "show the commands and the module's debug lines too",
-     nullptr, true},
+    {'v', "verbose", nullptr, None, nullptr, kSaid, "show the module's log lines too", nullptr, true},
     {0, "color", "WHEN", OneOf, "auto always never", kSaid, "colours", "auto", false},
     {'h', "help", nullptr, None, nullptr, kSaid, "show the most common options", nullptr, false},
     {0, "help-all", nullptr, None, nullptr, kSaid, "show all of them", nullptr, true},

@@ -10,7 +10,6 @@
 #include "host/doctor/SystemProbe.h"
 #include "host/doctor/TrialRun.h"
 #include "host/job/ExitStatus.h"
-#include "host/job/Options.h"
 #include "host/module/CompressorLibrary.h"
 #include "host/module/TaskThread.h"
 #include "host/system/Platform.h"
@@ -40,7 +39,7 @@ void examine(Diagnosis& diagnosis)
     }
     // The module asks the system for the place.
     Platform::setTemporaryFolder(folder.path());
-    TaskThread tasks{Options()};
+    TaskThread tasks;
     TrialRun trials(tasks, folder);
     const Platform::Interrupts interrupts([&] { trials.stop(); });
     for (EncoderState& encoder : diagnosis.encoders) {

@@ -9,7 +9,7 @@
 
 #include "host/doctor/EncoderProbe.h"
 #include "host/doctor/TrialSource.h"
-#include "host/module/TaskRun.h"
+#include "host/module/ModuleRun.h"
 #include "host/system/PrivateFolder.h"
 
 using namespace Qt::StringLiterals;
@@ -108,13 +108,15 @@ void TrialRun::examine(EncoderState& encoder)
 QString TrialRun::encode(const QString& source, const QString& output, int quality)
 {
     QString error = u"it did not end within %1 seconds"_s.arg(kTrialTimeout.count());
-    TaskRequest request;
+    EncodeRequest request;
     request.inputPath = source;
     request.outputPath = output;
     request.quality = QString::number(quality);
-    TaskRun run(mTasks, request);
-    QObject::connect(&run, &TaskRun::ended, &mLoop, [&](int code, const QString& text) {
-        error = code == 0 ? QString() : u"code %1, %2"_s.arg(code).arg(text);
+    ModuleRun run(mTasks, request);
+    QObject::connect(&run, &ModuleRun::ended, &mLoop, [&](const Failure& failure) {
+        error = failure.kind == FailureKind::EncoderFailed
+                    ? u"code %1, %2"_s.arg(failure.code).arg(failure.detail)
+                    : failure.detail;
         mLoop.quit();
     });
     QTimer timeout;

@@ -3,22 +3,23 @@
 #include "host/module/CompressorLibrary.h"
 #include "host/system/Platform.h"
 
-TaskThread::TaskThread(const Options& options) : mContext(new QObject), mLogsCommands(options.verbose)
+TaskThread::TaskThread(int nice) : mNice(nice)
 {
-    mContext->moveToThread(&mThread);
-    mThread.start();
-    post([this, nice = options.nice] {
-        if (nice > 0)
-            Platform::lowerPriority(nice);
-        CompressorLibrary library;
-        mCompressor = library.load();
-        mError = library.errorString();
-    });
+    start();
 }
 
 TaskThread::~TaskThread()
 {
-    mContext->deleteLater();
-    mThread.quit();
-    mThread.wait();
+    quit();
+    wait();
+}
+
+void TaskThread::run()
+{
+    if (mNice > 0)
+        Platform::lowerPriority(mNice);
+    CompressorLibrary library;
+    mCompressor = library.load();
+    mError = library.errorString();
+    exec();
 }

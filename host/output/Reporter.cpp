@@ -4,7 +4,6 @@
 #include <QProcess>
 #include <QThread>
 
-#include "host/module/TaskRun.h"
 #include "host/output/JsonReporter.h"
 #include "host/output/TerminalReporter.h"
 #include "host/system/PathText.h"
@@ -29,8 +28,6 @@ QString readable(const QString& line)
 {
     static const QLatin1String kCommand("ffmpeg cmd: ");
     const QString text = line.startsWith(u'"') && line.endsWith(u'"') ? line.mid(1, line.size() - 2) : line;
-    if (line.startsWith(QLatin1String(kCommandLog)))
-        return asCommand(line.mid(qsizetype(sizeof kCommandLog)).split(QChar(u'\0')));
     if (!text.startsWith(kCommand))
         return shown(line);
     QString command = text.mid(kCommand.size()).trimmed();

@@ -60,8 +60,11 @@ int BatchRun::exec()
     PrivateFolder::sweep(place, PrivateFolder::kTemporary);
     // Before there is another thread: the module asks the system for the place when it needs it.
     Platform::setTemporaryFolder(temporary->path());
-    TaskThread tasks(mOptions);
-    const JobContext context{mOptions, tasks, *temporary, staging,
+    TaskThread tasks(mOptions.nice);
+    const auto makeRun = [&tasks](const EncodeRequest& request) {
+        return std::make_unique<ModuleRun>(tasks, request);
+    };
+    const JobContext context{mOptions, makeRun, *temporary, staging,
                              [] { return Platform::Interrupts::first() != 0; }};
 
     Plan plan(mOptions, *temporary);

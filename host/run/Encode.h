@@ -3,16 +3,15 @@
 #include <QObject>
 
 #include "host/job/JobResult.h"
-#include "host/module/TaskRun.h"
+#include "host/module/ModuleRun.h"
 
 struct Options;
-class TaskThread;
 class PrivateFolder;
 
 /// What an encode may use. All of it outlives the encode.
 struct EncodeContext
 {
-    TaskThread& tasks;
+    const MakeRun& makeRun;
     const Options& options;
     JobSpec spec;
     QString sourcePath; ///< a path of the source that Qt and every tool can carry: use this one
@@ -58,9 +57,7 @@ protected:
     const EncodeContext& context() const { return mContext; }
 
     /// A request for the context's source and result, with the options' scale and the given quality.
-    TaskRequest request(int quality) const;
-    /// The failure that a finish code other than 0 stands for.
-    static Failure failureOf(int code, const QString& text);
+    EncodeRequest request(int quality) const;
 
 private:
     EncodeContext mContext;

@@ -3,7 +3,6 @@
 #include <QFileInfo>
 
 #include "host/job/Options.h"
-#include "host/run/ModuleRun.h"
 #include "host/system/PrivateFolder.h"
 
 using namespace Qt::StringLiterals;
@@ -41,12 +40,8 @@ SizeRange corrected(const EstimatedSize& first, const EncodeContext& context)
 
 EstimateEncode::EstimateEncode(const EncodeContext& context)
     : Encode(context),
-      mEstimate(
-          requestOf(context),
-          [&tasks = context.tasks](const EncodeRequest& request) {
-              return std::make_unique<ModuleRun>(tasks, request);
-          },
-          [&folder = context.folder](const QString& suffix) { return folder.newPath(suffix); })
+      mEstimate(requestOf(context), context.makeRun,
+                [&folder = context.folder](const QString& suffix) { return folder.newPath(suffix); })
 {
     connect(&mEstimate, &VideoEstimate::progressed, this, &Encode::progressed);
     connect(&mEstimate, &VideoEstimate::ended, this, &EstimateEncode::onEnded);
@@ -67,7 +62,7 @@ void EstimateEncode::onEnded(const EstimateOutcome& outcome)
                            range.high)};
         break;
     case EstimateOutcome::RunFailed:
-        end.failure = failureOf(outcome.runCode, outcome.runText);
+        end.failure = outcome.failure;
         break;
     case EstimateOutcome::NoSample:
         end.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};

@@ -4,7 +4,6 @@
 
 #include "host/job/Format.h"
 #include "host/job/Options.h"
-#include "host/run/ModuleRun.h"
 #include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
@@ -30,16 +29,12 @@ SearchTarget targetOf(const EncodeContext& context)
 
 GoalEncode::GoalEncode(const EncodeContext& context)
     : Encode(context), mTarget(targetOf(context)),
-      mSearch(
-          mTarget,
-          [&tasks = context.tasks](const EncodeRequest& request) {
-              return std::make_unique<ModuleRun>(tasks, request);
-          },
-          // Beside the result, whose folder is private: the chosen one is renamed.
-          [this, result = QFileInfo(context.resultPath)](const QString& suffix) {
-              return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(), QString::number(++mTries),
-                                          suffix);
-          })
+      mSearch(mTarget, context.makeRun,
+              // Beside the result, whose folder is private: the chosen one is renamed.
+              [this, result = QFileInfo(context.resultPath)](const QString& suffix) {
+                  return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(),
+                                              QString::number(++mTries), suffix);
+              })
 {
     connect(&mSearch, &GoalSearch::runBegan, this, [this](int number, int atMost) {
         mRun = number;
@@ -76,7 +71,10 @@ void GoalEncode::onEnded(const GoalOutcome& outcome)
         end.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
         break;
     case GoalOutcome::RunFailed:
-        end.failure = failureOf(outcome.runCode, outcome.runText);
+        // Every run may have ended well with a copy of the source, which is no result of another kind.
+        end.failure = outcome.failure
+                          ? outcome.failure
+                          : Failure{FailureKind::AimUnreached, u"nothing smaller than the source"_s};
         break;
     case GoalOutcome::MeasureFailed:
         end.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};

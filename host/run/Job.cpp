@@ -160,7 +160,7 @@ Failure Job::reachFiles()
 
 void Job::beginEncode()
 {
-    mEncode = makeEncode({mContext.tasks, mContext.options, mSpec, mSourcePath, mResultPath,
+    mEncode = makeEncode({mContext.makeRun, mContext.options, mSpec, mSourcePath, mResultPath,
                           mContext.temporaryFolder, mResult.videoMs});
     connect(mEncode.get(), &Encode::ended, this, &Job::onEncoded);
     connect(mEncode.get(), &Encode::progressed, this, [this](double share) {

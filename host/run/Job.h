@@ -15,7 +15,7 @@
 struct JobContext
 {
     const Options& options;
-    TaskThread& tasks;
+    MakeRun makeRun;
     PrivateFolder& temporaryFolder;
     StagingFolders& stagingFolders;
     /// Whether the user has asked for an end, also when nobody has told the jobs yet.

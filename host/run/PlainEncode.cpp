@@ -34,26 +34,25 @@ void PlainEncode::stop()
 
 void PlainEncode::run(const QString& sourcePath)
 {
-    TaskRequest task = request(qualityFor(context().options, *context().spec.format));
+    EncodeRequest task = request(qualityFor(context().options, *context().spec.format));
     task.inputPath = sourcePath;
     ++mRuns;
     if (mRun) {
         mRun->disconnect(this);
         mRun.release()->deleteLater();
     }
-    mRun = std::make_unique<TaskRun>(context().tasks, task);
-    connect(mRun.get(), &TaskRun::progressed, this, &Encode::progressed);
-    connect(mRun.get(), &TaskRun::ended, this, &PlainEncode::onEnded);
+    mRun = context().makeRun(task);
+    connect(mRun.get(), &ModuleRun::progressed, this, &Encode::progressed);
+    connect(mRun.get(), &ModuleRun::ended, this, &PlainEncode::onEnded);
     mRun->start();
 }
 
-void PlainEncode::onEnded(int code, const QString& text)
+void PlainEncode::onEnded(const Failure& failure)
 {
     EncodeEnd end;
     end.runs = mRuns;
-    if (code != 0)
-        end.failure = failureOf(code, text);
-    const bool isCopy = code == 0 && mPadded.isEmpty() &&
+    end.failure = failure;
+    const bool isCopy = !failure && mPadded.isEmpty() &&
                         QFileInfo(context().resultPath).size() == QFileInfo(context().sourcePath).size() &&
                         !Formats::looksLike(*context().spec.format, context().resultPath);
     if (isCopy) {

@@ -19,9 +19,9 @@ public:
 
 private:
     void run(const QString& sourcePath);
-    void onEnded(int code, const QString& text);
+    void onEnded(const Failure& failure);
 
-    std::unique_ptr<TaskRun> mRun;
+    std::unique_ptr<ModuleRun> mRun;
     QString mPadded; ///< a copy of the source with a tail, once it was needed
     int mRuns = 0;
 };

@@ -52,7 +52,7 @@ std::unique_ptr<SettingSearch> searchFor(const SearchTarget& target)
 
 } // namespace
 
-GoalSearch::GoalSearch(const SearchTarget& target, EncodeRunFactory makeRun, NewPath newPath)
+GoalSearch::GoalSearch(const SearchTarget& target, MakeRun makeRun, NewPath newPath)
     : mTarget(target), mMakeRun(std::move(makeRun)), mNewPath(std::move(newPath)), mSearch(searchFor(target))
 {
 }
@@ -110,28 +110,27 @@ void GoalSearch::encode(double setting)
     const bool isPercentage = mTarget.isVideo && mTarget.size;
     const QString quality = QString::number(setting, 'f', isPercentage ? 3 : 0);
     mRun = mMakeRun({mTarget.inputPath, mNewestPath, quality, isPercentage, mTarget.scale});
-    connect(mRun.get(), &EncodeRun::progressed, this, &GoalSearch::progressed);
-    connect(mRun.get(), &EncodeRun::ended, this, &GoalSearch::onEncoded);
+    connect(mRun.get(), &ModuleRun::progressed, this, &GoalSearch::progressed);
+    connect(mRun.get(), &ModuleRun::ended, this, &GoalSearch::onEncoded);
     mRun->start();
 }
 
-void GoalSearch::onEncoded(int code, const QString& text)
+void GoalSearch::onEncoded(const Failure& failure)
 {
     retire(mRun);
     if (mStopping)
         return end(GoalOutcome::Stopped);
     Trial trial{mSetting};
-    if (code == 0) {
+    if (!failure) {
         const bool isCopy = !mTarget.isVideo && isSameContent(mNewestPath, mTarget.inputPath);
         if (!isCopy || mTarget.copyCounts)
             trial.bytes = QFileInfo(mNewestPath).size();
         if (isCopy)
             trial.ssim = 1.0;
     } else {
-        mOutcome.runCode = code;
-        mOutcome.runText = text;
-        const bool isOutOfReach = std::find(std::begin(kOutOfReachCodes), std::end(kOutOfReachCodes), code) !=
-                                  std::end(kOutOfReachCodes);
+        mOutcome.failure = failure;
+        const bool isOutOfReach = std::find(std::begin(kOutOfReachCodes), std::end(kOutOfReachCodes),
+                                            failure.code) != std::end(kOutOfReachCodes);
         if (!isOutOfReach && mKeptPath.isEmpty() && mOutcome.trials.isEmpty())
             return end(GoalOutcome::RunFailed);
     }

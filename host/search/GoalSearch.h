@@ -6,7 +6,8 @@
 #include <optional>
 
 #include "host/job/SizeGoal.h"
-#include "host/search/EncodeRun.h"
+#include "host/module/ModuleRun.h"
+#include "host/search/NewPath.h"
 #include "host/search/SettingSearch.h"
 #include "host/search/SsimProbe.h"
 
@@ -31,7 +32,7 @@ struct GoalOutcome
     {
         Met,
         NotMet,        ///< there were results, and none is as requested: trials[chosen] is the nearest
-        RunFailed,     ///< the module failed: runCode and runText
+        RunFailed,     ///< the module failed: `failure`
         MeasureFailed, ///< result and source could not be compared
         Stopped
     };
@@ -40,8 +41,7 @@ struct GoalOutcome
     QString path;        ///< the result, under one of the new paths; only when met
     QList<Trial> trials; ///< in their order
     int chosen = -1;     ///< the trial that became the result, or the nearest
-    int runCode = 0;
-    QString runText;
+    Failure failure;
 };
 
 /// What could be reached instead, in English without a full stop, for an outcome that is NotMet:
@@ -55,7 +55,7 @@ class GoalSearch : public QObject
     Q_OBJECT
 
 public:
-    GoalSearch(const SearchTarget& target, EncodeRunFactory makeRun, NewPath newPath);
+    GoalSearch(const SearchTarget& target, MakeRun makeRun, NewPath newPath);
     ~GoalSearch() override;
 
     /// To be called once. Ends in exactly one ended(), from the event loop.
@@ -73,7 +73,7 @@ signals:
 private:
     void step();
     void encode(double setting);
-    void onEncoded(int code, const QString& text);
+    void onEncoded(const Failure& failure);
     void measure(int index, const QString& path);
     void judge();
     void end(GoalOutcome::Kind kind);
@@ -90,10 +90,10 @@ private:
     }
 
     SearchTarget mTarget;
-    EncodeRunFactory mMakeRun;
+    MakeRun mMakeRun;
     NewPath mNewPath;
     std::unique_ptr<SettingSearch> mSearch;
-    std::unique_ptr<EncodeRun> mRun;
+    std::unique_ptr<ModuleRun> mRun;
     std::unique_ptr<SsimProbe> mProbe;
     GoalOutcome mOutcome;
     double mSetting = 0;

@@ -17,7 +17,7 @@ constexpr qint64 kMinuteMs = 60000;
 
 } // namespace
 
-VideoEstimate::VideoEstimate(const EncodeRequest& request, EncodeRunFactory makeRun, NewPath newPath)
+VideoEstimate::VideoEstimate(const EncodeRequest& request, MakeRun makeRun, NewPath newPath)
     : mRequest(request), mMakeRun(std::move(makeRun)), mNewPath(std::move(newPath))
 {
     mRequest.isSample = true;
@@ -103,12 +103,12 @@ void VideoEstimate::encode(const QString& inputPath)
     if (request.isPercentage && !mPiecePath.isEmpty())
         request.quality = percentageFor(mPiecePath);
     mRun = mMakeRun(request);
-    connect(mRun.get(), &EncodeRun::progressed, this, [this](float progress) {
+    connect(mRun.get(), &ModuleRun::progressed, this, [this](float progress) {
         const auto count = float(qMax<qsizetype>(mPieceCount, 1));
         const auto done = float(qMax<qsizetype>(mPieceCount - mBeginnings.size() - 1, 0));
         emit progressed((done + progress) / count);
     });
-    connect(mRun.get(), &EncodeRun::ended, this, &VideoEstimate::onEncoded);
+    connect(mRun.get(), &ModuleRun::ended, this, &VideoEstimate::onEncoded);
     mRun->start();
 }
 
@@ -121,17 +121,16 @@ QString VideoEstimate::percentageFor(const QString& piecePath) const
     return QString::number(mRequest.quality.toDouble() * wholeRate / pieceRate, 'f', 3);
 }
 
-void VideoEstimate::onEncoded(int code, const QString& text)
+void VideoEstimate::onEncoded(const Failure& failure)
 {
     mRun.release()->deleteLater();
     if (mStopping)
         return end(EstimateOutcome::Stopped);
-    if (code == 0)
+    if (!failure)
         return glanceAt(mSamplePath, &VideoEstimate::onSample);
-    mOutcome.runCode = code;
-    mOutcome.runText = text;
-    // A piece that cannot be encoded is one less. A negative code is no answer of the encoder's.
-    if (mPiecePath.isEmpty() || code < 0)
+    mOutcome.failure = failure;
+    // A piece that cannot be encoded is one less. Anything else than an exit code is no answer of the encoder's.
+    if (mPiecePath.isEmpty() || failure.code <= 0)
         return end(EstimateOutcome::RunFailed);
     nextPiece();
 }

@@ -6,8 +6,9 @@
 
 #include "host/media/FfmpegRun.h"
 #include "host/media/MediaGlance.h"
-#include "host/search/EncodeRun.h"
+#include "host/module/ModuleRun.h"
 #include "host/search/EstimateRange.h"
+#include "host/search/NewPath.h"
 #include "host/search/SampleCutter.h"
 
 struct EstimateOutcome
@@ -16,7 +17,7 @@ struct EstimateOutcome
     {
         Estimated,
         UnknownLength, ///< `range` is that of a minute
-        RunFailed,     ///< the module failed: runCode and runText
+        RunFailed,     ///< the module failed: `failure`
         NoSample,      ///< there is no video to judge by
         Stopped
     };
@@ -24,8 +25,7 @@ struct EstimateOutcome
     Kind kind = Stopped;
     EstimatedSize range{0, 0};
     QList<SampleMeasure> samples; ///< what it rests on
-    int runCode = 0;
-    QString runText;
+    Failure failure;
 };
 
 /// How large a video would become: samples of it are encoded, and removed. A source that
@@ -36,7 +36,7 @@ class VideoEstimate : public QObject
 
 public:
     /// `request` is the whole job's; its output path tells no more than the suffix.
-    VideoEstimate(const EncodeRequest& request, EncodeRunFactory makeRun, NewPath newPath);
+    VideoEstimate(const EncodeRequest& request, MakeRun makeRun, NewPath newPath);
     ~VideoEstimate() override;
 
     /// To be called once. Ends in exactly one ended(), from the event loop.
@@ -57,7 +57,7 @@ private:
     void nextPiece();
     void onPiece(const MediaGlance& piece);
     void encode(const QString& inputPath);
-    void onEncoded(int code, const QString& text);
+    void onEncoded(const Failure& failure);
     void onSample(const MediaGlance& sample);
     void onBeginning();
     QString percentageFor(const QString& piecePath) const;
@@ -65,12 +65,12 @@ private:
     void removeFiles();
 
     EncodeRequest mRequest;
-    EncodeRunFactory mMakeRun;
+    MakeRun mMakeRun;
     NewPath mNewPath;
     FfmpegRun mGlance;
     Answer mAnswer = nullptr;
     SampleCutter mCutter;
-    std::unique_ptr<EncodeRun> mRun;
+    std::unique_ptr<ModuleRun> mRun;
     WholeVideo mWhole{};
     QList<qint64> mBeginnings; ///< of the pieces still to be cut, in milliseconds
     qsizetype mPieceCount = 0;

@@ -45,10 +45,6 @@ bool write(Channel channel, const QString& text);
 /// Waits until something can be read there. False when an interrupt came first.
 bool waitForInput(int descriptor);
 
-/// The command of the process that the calling thread has started last, as far as the system tells; for
-/// --verbose.
-QStringList lastCommand();
-
 /// The system's temporary location, also one that is not there: QDir::tempPath() makes the working folder of that.
 QString temporaryFolder();
 /// Makes `folder` the system's temporary location for this process and those that it starts. To be called

@@ -139,31 +139,6 @@ bool waitForInput(int descriptor)
     return false;
 }
 
-QStringList lastCommand()
-{
-#ifdef Q_OS_LINUX
-    const auto read = [](const QString& path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
-    const QByteArray own = read(u"/proc/self/cmdline"_s);
-    const QByteArray children = read(u"/proc/thread-self/children"_s).trimmed();
-    const QString child = QString::fromLatin1(children.mid(children.lastIndexOf(' ') + 1));
-    // Between fork and exec it still has this program's.
-    for (int tries = 0; tries < 100 && !child.isEmpty(); ++tries) {
-        const QByteArray command = read(u"/proc/%1/cmdline"_s.arg(child));
-        if (!command.isEmpty() && command != own) {
-            QStringList words;
-            for (const QByteArray& word : command.chopped(1).split('\0'))
-                words.append(NativePath::fromBytes(word));
-            return words;
-        }
-        usleep(500);
-    }
-#endif
-    return {};
-}
-
 QString temporaryFolder()
 {
     const QString folder = NativePath::fromBytes(qgetenv("TMPDIR"));

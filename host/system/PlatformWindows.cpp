@@ -130,11 +130,6 @@ bool waitForInput(int)
     return firstInterrupt == 0;
 }
 
-QStringList lastCommand()
-{
-    return {};
-}
-
 QString temporaryFolder()
 {
     return QDir::tempPath();

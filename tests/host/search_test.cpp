@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 using Model = double (*)(double);
 
 /// Writes as many bytes as the model says, or a copy of a smaller source; hangs for none.
-struct FakeRun final : EncodeRun
+struct FakeRun final : ModuleRun
 {
     FakeRun(EncodeRequest request, Model bytes) : mRequest(std::move(request)), mBytes(bytes) {}
     void start() override
@@ -23,9 +23,9 @@ struct FakeRun final : EncodeRun
         QVERIFY(QFile::copy(mRequest.inputPath, mRequest.outputPath));
         QFile::resize(mRequest.outputPath, std::min(bytes, QFileInfo(mRequest.inputPath).size()));
         if (bytes > 0)
-            emit ended(bytes == 98 ? 98 : 0, {});
+            emit ended(bytes == 98 ? Failure{FailureKind::EncoderFailed, {}, 98} : Failure());
     }
-    void stop() override { emit ended(62097, {}); }
+    void stop() override { emit ended({FailureKind::EncoderFailed, {}, 62097}); }
 
     EncodeRequest mRequest;
     Model mBytes;
