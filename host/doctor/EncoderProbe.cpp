@@ -40,7 +40,7 @@ QString versionIn(const QString& output, const char* pattern)
 
 } // namespace
 
-ToolRun runTool(const QString& program, const QStringList& arguments)
+ToolAnswer runTool(const QString& program, const QStringList& arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -48,7 +48,7 @@ ToolRun runTool(const QString& program, const QStringList& arguments)
     Platform::tieToHost(process);
     process.start(program, arguments);
     const bool ended = process.waitForFinished(kToolTimeoutMs);
-    ToolRun run{{}, process.exitCode(), QString::fromUtf8(process.readAll())};
+    ToolAnswer run{{}, process.exitCode(), QString::fromUtf8(process.readAll())};
     if (process.error() == QProcess::FailedToStart) {
         run.error = process.errorString();
     } else if (!ended) {
@@ -77,7 +77,7 @@ QList<EncoderState> findEncoders()
                 encoder.elsewhereVersion =
                     versionIn(runTool(encoder.elsewhere, question).output, row.versionPattern);
         } else {
-            const ToolRun run = runTool(encoder.path, question);
+            const ToolAnswer run = runTool(encoder.path, question);
             encoder.version = versionIn(run.output, row.versionPattern);
             encoder.detail = run.error;
             if (!run.error.isEmpty())

@@ -64,7 +64,7 @@ bool beginsWith(const QString& path, const QByteArray& signature)
 
 QString lackOf(const QString& ffmpeg, const char* coder)
 {
-    const ToolRun list = runTool(ffmpeg, {u"-hide_banner"_s, u"-encoders"_s});
+    const ToolAnswer list = runTool(ffmpeg, {u"-hide_banner"_s, u"-encoders"_s});
     const QLatin1StringView name(coder);
     if (name.isEmpty() || list.exitCode != 0 || list.output.contains(name))
         return {};

@@ -54,7 +54,7 @@ QByteArray pngChunk(const QByteArray& type, const QByteArray& content)
     return bigEndian(quint32(content.size())) + named + bigEndian(crc32(named));
 }
 
-QString errorOf(const ToolRun& run)
+QString errorOf(const ToolAnswer& run)
 {
     if (!run.error.isEmpty() || run.exitCode == 0)
         return run.error;

@@ -1,5 +1,7 @@
 #include "host/media/VideoMetadata.h"
 
+#include "host/media/ToolRun.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -69,9 +71,9 @@ QStringList videoMetadataArguments(const VideoFacts& source, const VideoFacts& r
 {
     // Chapters lie in the result as a track too, which is no stream to be copied.
     static const QString kCopy = u"-map 0 -map -0:d -c copy -map_metadata 0 -map_chapters 1"_s;
-    QStringList arguments{u"-v"_s, u"error"_s, u"-nostdin"_s, u"-n"_s};
+    QStringList arguments{u"-n"_s};
     for (const QString& path : {resultPath, sourcePath})
-        arguments << u"-i"_s << u"file:"_s + path;
+        arguments << ToolCall::input(ToolCall::fileAddress(path));
     arguments << kCopy.split(u' ');
     const auto restore = [&](const QString& key) {
         arguments << u"-metadata"_s << key + u'=' + tagValue(source.tags, key);
@@ -83,5 +85,5 @@ QStringList videoMetadataArguments(const VideoFacts& source, const VideoFacts& r
         restore(key);
     if (!deviceTags.isEmpty())
         arguments << u"-movflags"_s << u"use_metadata_tags"_s;
-    return arguments << u"file:"_s + outputPath;
+    return arguments << ToolCall::fileAddress(outputPath);
 }

@@ -1,27 +1,26 @@
 #pragma once
 
-#include <QObject>
-#include <QProcess>
-#include <QTimer>
-
 #include <chrono>
 
+#include "host/media/ToolRun.h"
 #include "host/media/VideoFacts.h"
 
-/// Asks the ffprobe beside the host what is in a video: a process of some 50 ms, beside whatever else goes on.
+/// Asks the ffprobe beside the host what is in a file: a process of some 50 ms, beside whatever else goes on.
 ///
-/// Lives in one thread, with an event loop. Exactly one answered() comes, from the event loop, whatever
-/// happens; letting the probe go ends the process, without a signal. The process also ends with the host, on
-/// Linux with the thread that made the probe.
+/// Exactly one answered() comes, from the event loop, whatever happens; whoever hears it may let the probe go,
+/// which before that ends the process.
 class VideoProbe : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::milliseconds kTimeLimit = std::chrono::seconds(30);
+    enum class Content
+    {
+        Video,
+        Image ///< whatever its name; ffprobe would take a percent sign for a pattern
+    };
 
-    explicit VideoProbe(const QString& path, std::chrono::milliseconds timeLimit = kTimeLimit);
-    ~VideoProbe() override;
+    explicit VideoProbe(const QString& path, Content content = Content::Video);
 
     /// Set when answered() comes; a failure is its `error`.
     const VideoFacts& facts() const { return mFacts; }
@@ -30,15 +29,6 @@ signals:
     void answered();
 
 private:
-    void collect();
-    void fail(const QString& error);
-    void onFinished(int exitCode, QProcess::ExitStatus status);
-    void answer(const VideoFacts& facts);
-
-    QProcess mProcess;
-    QTimer mTimer;
-    QByteArray mJson;
-    QByteArray mLog;
+    ToolRun mRun;
     VideoFacts mFacts;
-    bool mIsAnswered = false;
 };

@@ -5,7 +5,6 @@
 
 #include "host/job/Format.h"
 #include "host/job/Options.h"
-#include "host/media/FfmpegRun.h"
 #include "host/media/ImageMetadata.h"
 #include "host/media/LengthVerdict.h"
 #include "host/media/Losses.h"
@@ -108,19 +107,16 @@ void ResultCheck::restoreVideoMetadata(const VideoFacts& result)
 {
     const QFileInfo made(mFiles.result);
     mRestoredPath = made.path() + u'/' + made.completeBaseName() + u".tags."_s + made.suffix();
-    mRestore = std::make_unique<FfmpegRun>();
-    connect(mRestore.get(), &FfmpegRun::ended, this, &ResultCheck::onRestored);
-    mRestore->start(
-        videoMetadataArguments(mSource.video, result, mFiles.source, mFiles.result, mRestoredPath));
+    mRestore = std::make_unique<ToolRun>();
+    connect(mRestore.get(), &ToolRun::ended, this, &ResultCheck::onRestored);
+    mRestore->start(ToolCall::ffmpeg(
+        videoMetadataArguments(mSource.video, result, mFiles.source, mFiles.result, mRestoredPath)));
 }
 
-void ResultCheck::onRestored(bool isSuccess, const QByteArray& log)
+void ResultCheck::onRestored(const ToolResult& restored)
 {
-    if (!isSuccess) {
-        const QByteArray reason = log.trimmed().split('\n').last();
-        return end(
-            {FailureKind::MetadataFailed, reason.isEmpty() ? u"ffmpeg failed"_s : QString::fromUtf8(reason)});
-    }
+    if (!restored.isSuccess())
+        return end({FailureKind::MetadataFailed, restored.reason()});
     const QString error = Platform::rename(mRestoredPath, mFiles.result, true);
     if (!error.isEmpty())
         return end({FailureKind::MetadataFailed, error});

@@ -6,7 +6,8 @@
 
 #include "host/run/SourceLook.h"
 
-class FfmpegRun;
+class ToolRun;
+struct ToolResult;
 
 /// What came of an encode, by its own content.
 struct ResultView
@@ -46,7 +47,7 @@ private:
     void probeVideo();
     void onProbed();
     void restoreVideoMetadata(const VideoFacts& result);
-    void onRestored(bool isSuccess, const QByteArray& log);
+    void onRestored(const ToolResult& restored);
     void end(const Failure& failure);
 
     const Options& mOptions;
@@ -56,7 +57,7 @@ private:
     const bool mMayTakeDamaged;
     ResultView mView;
     std::unique_ptr<VideoProbe> mProbe;
-    std::unique_ptr<FfmpegRun> mRestore;
+    std::unique_ptr<ToolRun> mRestore;
     QString mRestoredPath;
     bool mIsRestored = false;
 };

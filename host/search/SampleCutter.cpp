@@ -17,11 +17,11 @@ QString seconds(qint64 ms)
 // is too long is cut off by a second copy.
 SampleCutter::SampleCutter()
 {
-    connect(&mRun, &FfmpegRun::ended, this, [this](bool isSuccess) {
-        if (isSuccess && !mHelpPath.isEmpty())
+    connect(&mRun, &ToolRun::ended, this, [this](const ToolResult& result) {
+        if (result.isSuccess() && !mHelpPath.isEmpty())
             copy({}, std::exchange(mHelpPath, {}), mLengthMs, mPiecePath);
         else
-            emit ended(isSuccess);
+            emit ended(result.isSuccess());
     });
 }
 
@@ -37,11 +37,9 @@ void SampleCutter::cut(const QString& videoPath, qint64 beginMs, qint64 lengthMs
 
 void SampleCutter::copy(const QStringList& place, const QString& from, qint64 lengthMs, const QString& to)
 {
-    QStringList arguments{u"-v"_s, u"error"_s};
-    arguments += place;
+    QStringList arguments = place + ToolCall::input(ToolCall::fileAddress(from));
     // "V" leaves covers out.
-    arguments << u"-i"_s << FfmpegRun::pathArgument(from) << u"-map"_s << u"0:V:0"_s << u"-map"_s
-              << u"0:a:0?"_s << u"-c"_s << u"copy"_s << u"-t"_s << seconds(lengthMs) << u"-n"_s
-              << FfmpegRun::pathArgument(to);
-    mRun.start(arguments);
+    arguments << u"-map"_s << u"0:V:0"_s << u"-map"_s << u"0:a:0?"_s << u"-c"_s << u"copy"_s << u"-t"_s
+              << seconds(lengthMs) << u"-n"_s << ToolCall::fileAddress(to);
+    mRun.start(ToolCall::ffmpeg(arguments));
 }

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-#include "host/media/FfmpegRun.h"
+#include "host/media/ToolRun.h"
 
 /// Cuts a piece out of a video without encoding it: its image and its first sound, beginning with the key
 /// frame before the asked place. One piece at a time; letting the cutter go ends it.
@@ -28,7 +28,7 @@ signals:
 private:
     void copy(const QStringList& place, const QString& from, qint64 lengthMs, const QString& to);
 
-    FfmpegRun mRun;
+    ToolRun mRun;
     QString mHelpPath;
     QString mPiecePath;
     qint64 mLengthMs = 0;

@@ -1,9 +1,11 @@
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
 #include <cmath>
 
+#include "host/media/ToolRun.h"
 #include "host/search/GoalSearch.h"
 #include "host/search/SizeSearch.h"
 #include "host/search/SsimSearch.h"
@@ -109,6 +111,35 @@ private slots:
             QCOMPARE(folder.leftovers().size(), kind == GoalOutcome::Met ? 1 : 0);
             const qint64 kept = QFileInfo(ends[0][0].value<GoalOutcome>().path).size();
             QVERIFY(kind != GoalOutcome::Met || (kept >= 475 && kept <= 500));
+        }
+    }
+
+    // What a helper program is started with, in milliseconds at most, and how it ends, with and without an event
+    // loop.
+    void helpersEnd()
+    {
+        const QString endless = u"-f lavfi -i anullsrc -f s16le "_s;
+        const std::tuple<QString, QString, int, QString> rows[] = {
+            {u"ffmpeg"_s, u"-version"_s, 0, {}},
+            {u"none"_s, u""_s, 0, u"none could not be started: .+"_s},
+            {u"ffmpeg"_s, u"-i file:none"_s, 0, u".*No such file.*"_s},
+            {u"ffmpeg"_s, u"-re "_s + endless + u"pipe:1"_s, 300, u"ffmpeg did not end within 0.3 seconds"_s},
+            {u"ffmpeg"_s, endless + u"pipe:1"_s, 0, u"ffmpeg wrote too much"_s}};
+        for (const auto& [program, arguments, limit, reason] : rows) {
+            ToolCall call = ToolCall::ffmpeg(arguments.split(u' '));
+            call.program = ToolCall::beside(program);
+            call.timeLimit = std::chrono::milliseconds(limit);
+            ToolRun run;
+            QSignalSpy ended(&run, &ToolRun::ended);
+            run.start(call);
+            QVERIFY(ended.wait(20000));
+            for (const auto& result : {ended[0][0].value<ToolResult>(), ToolRun::runAndWait(call)}) {
+                QCOMPARE(result.isSuccess(), reason.isEmpty());
+                QCOMPARE(result.output.startsWith("ffmpeg version"), reason.isEmpty());
+                QVERIFY2(QRegularExpression(u"^(%1)$"_s.arg(reason)).match(result.reason()).hasMatch(),
+                         qPrintable(result.reason()));
+            }
+            QCOMPARE(ended.size(), 1);
         }
     }
 
