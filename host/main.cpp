@@ -30,11 +30,11 @@ int main(int argc, char** argv)
     std::ignore = QCoreApplication::applicationDirPath();
 
     const QStringList arguments = Platform::arguments(argc, argv);
-    if (isDoctorCall(arguments))
-        return runDoctor(arguments);
-    if (isReportCall(arguments))
-        return runReport(arguments);
-    const std::variant<Options, NoJob> parsed = parseOptions(arguments);
+    const auto parsed = parseOptions(arguments);
+    if (const auto* const doctor = std::get_if<DoctorOptions>(&parsed))
+        return runDoctor(*doctor);
+    if (const auto* const report = std::get_if<ReportOptions>(&parsed))
+        return runReport(*report);
     const auto* const options = std::get_if<Options>(&parsed);
     if (!options)
         return answer(*std::get_if<NoJob>(&parsed), arguments.contains("--json"_L1));

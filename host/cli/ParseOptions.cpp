@@ -236,10 +236,40 @@ QString readNames(const Parser& parser, Options& options)
     return {};
 }
 
+std::variant<Options, ReportOptions, DoctorOptions, NoJob> parseReport(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.addOption(QCommandLineOption(u"json"_s));
+    parser.addOption(QCommandLineOption(u"html"_s, QString(), u"FILE"_s));
+    if (!parser.parse(arguments))
+        return usage(parser.errorText());
+    if (parser.positionalArguments().isEmpty())
+        return usage(u"report needs files that vxcompress --json wrote, or - for standard input"_s);
+    return ReportOptions{parser.positionalArguments(), parser.value(u"html"_s), parser.isSet(u"json"_s)};
+}
+
+std::variant<Options, ReportOptions, DoctorOptions, NoJob> parseDoctor(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.addOption(QCommandLineOption(u"json"_s));
+    parser.addOption(QCommandLineOption(u"quiet"_s));
+    if (!parser.parse(arguments))
+        return usage(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return usage(u"doctor takes no files"_s);
+    if (parser.isSet(u"json"_s) && parser.isSet(u"quiet"_s))
+        return usage(u"give --quiet or --json, not both"_s);
+    return DoctorOptions{parser.isSet(u"json"_s), parser.isSet(u"quiet"_s)};
+}
+
 } // namespace
 
-std::variant<Options, NoJob> parseOptions(const QStringList& arguments)
+std::variant<Options, ReportOptions, DoctorOptions, NoJob> parseOptions(const QStringList& arguments)
 {
+    if (arguments.value(1) == "report"_L1)
+        return parseReport(arguments.mid(1));
+    if (arguments.value(1) == "doctor"_L1)
+        return parseDoctor(arguments.mid(1));
     Parser parser;
     if (!parser.parse(arguments))
         return usage(parser.errorText());

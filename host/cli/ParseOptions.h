@@ -16,4 +16,4 @@ struct NoJob
 };
 
 /// `arguments` starts with the program's name. Looks at no file.
-std::variant<Options, NoJob> parseOptions(const QStringList& arguments);
+std::variant<Options, ReportOptions, DoctorOptions, NoJob> parseOptions(const QStringList& arguments);

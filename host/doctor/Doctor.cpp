@@ -63,13 +63,7 @@ int Diagnosis::exitStatus() const
     return kDelivered;
 }
 
-bool isDoctorCall(const QStringList& arguments)
-{
-    return arguments.mid(1) == QStringList(u"doctor"_s) ||
-           arguments.mid(1) == QStringList{u"doctor"_s, u"--json"_s};
-}
-
-int runDoctor(const QStringList& arguments)
+int runDoctor(const DoctorOptions& options)
 {
     QLoggingCategory::setFilterRules(u"default.debug=false"_s);
     Diagnosis diagnosis;
@@ -81,7 +75,7 @@ int runDoctor(const QStringList& arguments)
     diagnosis.encoders = findEncoders();
     examine(diagnosis);
     const QString text =
-        arguments.contains("--json"_L1) ? QString::fromUtf8(doctorJson(diagnosis)) : doctorText(diagnosis);
+        options.json ? QString::fromUtf8(doctorJson(diagnosis)) : doctorText(diagnosis, options.quiet);
     if (!diagnosis.interrupt)
         Platform::write(Platform::Channel::Output, text);
     return diagnosis.exitStatus();

@@ -1,13 +1,8 @@
 #pragma once
 
-#include <QStringList>
+#include "host/job/Options.h"
 
-/// `vxcompress doctor [--json]`: examines the installation by use, and tells what it found on standard
-/// output.
-
-/// Whether the command line asks for it. `arguments` starts with the program's name.
-bool isDoctorCall(const QStringList& arguments);
-
-/// Returns the exit status: 0 all is well, 2 the temporary place is not usable, 3 the module or an encoder is
+/// `vxcompress doctor`: examines the installation by use, and tells what it found on standard output. Returns the exit
+/// status: 0 all is well, 2 the temporary place is not usable, 3 the module or an encoder is
 /// missing or does not work, 128 and the signal's number when interrupted.
-int runDoctor(const QStringList& arguments);
+int runDoctor(const DoctorOptions& options);

@@ -25,20 +25,27 @@ const struct
 class Lines
 {
 public:
+    explicit Lines(bool onlyFaults) : mOnlyFaults(onlyFaults) {}
+
     void add(const char* label, const char* state, const QString& text)
     {
+        mIsShown = !mOnlyFaults || QLatin1StringView(state) == "BAD"_L1;
+        if (!mIsShown)
+            return;
         const QString head = QLatin1StringView(label).toString().leftJustified(kLabelWidth);
         mText += (head + QLatin1StringView(state).toString().leftJustified(5) + text).trimmed() + u'\n';
     }
     /// What is to be done about the line before, or more of it.
     void more(const QString& text)
     {
-        if (!text.isEmpty())
+        if (mIsShown && !text.isEmpty())
             mText += QString(kLabelWidth + 5, u' ') + text + u'\n';
     }
     QString text() const { return mText; }
 
 private:
+    const bool mOnlyFaults;
+    bool mIsShown = true;
     QString mText;
 };
 
@@ -132,9 +139,9 @@ QString terminalText(const TerminalState& terminal)
 
 } // namespace
 
-QString doctorText(const Diagnosis& diagnosis)
+QString doctorText(const Diagnosis& diagnosis, bool onlyFaults)
 {
-    Lines lines;
+    Lines lines(onlyFaults);
     lines.add("vxcompress", "", u"%1, with Qt %2"_s.arg(diagnosis.version, diagnosis.qtVersion));
     addModule(lines, diagnosis.module);
     for (const EncoderState& encoder : diagnosis.encoders)

@@ -4,5 +4,5 @@
 
 #include "host/doctor/Diagnosis.h"
 
-/// The diagnosis in plain lines for people, with what to do about what is wrong.
-QString doctorText(const Diagnosis& diagnosis);
+/// The diagnosis in plain lines for people, with what to do about what is wrong; of a sound installation `onlyFaults` leaves nothing.
+QString doctorText(const Diagnosis& diagnosis, bool onlyFaults);

@@ -64,6 +64,21 @@ struct Options
     bool deliversNothing() const { return estimate || dryRun; }
 };
 
+/// What `vxcompress report` is asked for.
+struct ReportOptions
+{
+    QStringList files; ///< "-": standard input
+    QString html;      ///< the page to be written; empty: none
+    bool json = false;
+};
+
+/// What `vxcompress doctor` is asked for.
+struct DoctorOptions
+{
+    bool json = false;
+    bool quiet = false; ///< only what is wrong
+};
+
 /// The quality for an output of this format: the user's, or the format's default.
 inline int qualityFor(const Options& options, const Format& format)
 {

@@ -3,16 +3,14 @@
 #include <QFile>
 
 #include <cstdio>
-#include <optional>
 
 #include "host/job/ExitStatus.h"
-#include "host/job/Options.h"
-#include "host/system/PathText.h"
 #include "host/report/ReportHtml.h"
 #include "host/report/ReportJson.h"
 #include "host/report/ReportText.h"
 #include "host/report/StreamTally.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
 #include "host/system/PrivateFolder.h"
@@ -23,38 +21,6 @@ namespace {
 
 // A line of a stream has some names in it at most.
 constexpr qint64 kMaxLineBytes = qint64(1) << 20;
-
-struct ReportOptions
-{
-    QStringList files;
-    QString html;
-    bool json = false;
-    QString error;
-};
-
-ReportOptions parse(const QStringList& arguments)
-{
-    ReportOptions options;
-    bool areNames = false;
-    for (qsizetype at = 2; at < arguments.size(); ++at) {
-        const QString& word = arguments.at(at);
-        if (areNames || word == "-"_L1 || !word.startsWith(u'-'))
-            options.files.append(word);
-        else if (word == "--"_L1)
-            areNames = true;
-        else if (word == "--json"_L1)
-            options.json = true;
-        else if (word.startsWith("--html="_L1))
-            options.html = word.mid(7);
-        else if (word == "--html"_L1 && at + 1 < arguments.size())
-            options.html = arguments.at(++at);
-        else
-            options.error = u"report takes --json, --html FILE and files, not \"%1\""_s.arg(shown(word));
-    }
-    if (options.error.isEmpty() && options.files.isEmpty())
-        options.error = u"report needs files that vxcompress --json wrote, or - for standard input"_s;
-    return options;
-}
 
 // Returns what is wrong.
 QString read(const QString& path, StreamTally& tally)
@@ -108,16 +74,8 @@ int refuse(const QString& text)
 
 } // namespace
 
-bool isReportCall(const QStringList& arguments)
+int runReport(const ReportOptions& options)
 {
-    return arguments.value(1) == "report"_L1;
-}
-
-int runReport(const QStringList& arguments)
-{
-    const ReportOptions options = parse(arguments);
-    if (!options.error.isEmpty())
-        return refuse(options.error);
     StreamTally tally;
     for (const QString& file : options.files) {
         const QString error = read(file, tally);

@@ -97,8 +97,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 "no job is explained");
         return 0;
     }
-    const auto& options = std::get<Options>(parsed);
-    checkTargets(options);
-    checkList(options, input.rest());
+    if (const auto* const options = std::get_if<Options>(&parsed)) {
+        checkTargets(*options);
+        checkList(*options, input.rest());
+    }
     return 0;
 }

@@ -48,16 +48,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const Fuzz::Input input(data, size);
     const QString stream = Fuzz::write(u"runs.ndjson"_s, input.rest());
     const QString page = Fuzz::scratch(u"page.html"_s);
-    const QString name = u"vxcompress"_s;
-    const QString report = u"report"_s;
-    const int status = runReport({name, report, u"--json"_s, u"--html"_s, page, stream});
+    const int status = runReport({.files = {stream}, .html = page, .json = true});
     const QByteArray json = output.take();
     require(status == kDelivered || (status == kUsage && json.isEmpty()), "a report, or none");
     if (status != kDelivered)
         return 0;
     checkJson(json);
     checkPage(page);
-    require(runReport({name, report, stream}) == kDelivered, "for people, too");
+    require(runReport({.files = {stream}, .html = {}}) == kDelivered, "for people, too");
     const QByteArray text = output.take();
     require(std::none_of(text.begin(), text.end(), [](char c) { return uchar(c) < ' ' && c != '\n'; }),
             "no control character reaches the terminal");

@@ -232,7 +232,7 @@ class Batch(Place):
         self.assertEqual([word for word in ("href", "src=", "@import", "url(", "<script") if word in page], [])
         text = self.run_host("report", "both.ndjson").out
         self.assertIn("5 files: 2 delivered, 1 kept, 1 failed, 1 unfinished\n10.5 kB -> 3.90 kB (saved 62.9 %)", text)
-        for arguments in ([], ["missing"], ["--htm", "both.ndjson"], ["both.ndjson", "--html", "no/page.html"]):
+        for arguments in (["missing"], ["both.ndjson", "--html", "no/page.html"]):
             self.run_host("report", *arguments, status=2)
         self.write("no.ndjson", b"\xff\xd8 no stream\n")
         self.assertIn("no stream", self.run_host("report", "no.ndjson", status=2).err)

@@ -17,6 +17,9 @@ REFUSED = [
     ("photo.png", 2, "one input and one output"),
     ("photo.png old.jpg old.png", 2, "where do the results go"),
     ("photo.png out.jpg --fast", 2, "fast"),
+    ("report", 2, "needs files"),
+    ("report --htm both.ndjson", 2, "htm"),
+    ("doctor photo.png", 2, "doctor takes no file"),
     ("photo.png out", 2, "needs a suffix"),
     # Names under which ffmpeg would write raw H.264 into an image.
     ("scan.tiff scan.tiff --force", 2, "jpg, jpeg, png, webp; mp4"),
