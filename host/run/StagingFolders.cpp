@@ -1,6 +1,7 @@
 #include "host/run/StagingFolders.h"
 
 #include "host/system/NativePath.h"
+#include "host/system/PlatformFiles.h"
 
 namespace {
 

@@ -95,35 +95,8 @@ bool makePrivateFolder(const QString& path, QString& reason);
 /// Whether the folder is this user's own and no link.
 bool isOwnFolder(const QString& path);
 
-/// Of this process and machine, for marks that other processes read.
-struct ProcessIdentity
-{
-    QString user;
-    QString host;
-    qint64 process = 0;
-    QString started; ///< tells it from an earlier process with the same number
-
-    static ProcessIdentity own();
-    /// Whether the process runs; "yes" when that cannot be told.
-    bool isAlive() const;
-};
-
-/// A file that is held locked until the object goes or the process ends, however it ends.
-class FileLock
-{
-public:
-    FileLock() = default;
-    ~FileLock() { release(); }
-    Q_DISABLE_COPY_MOVE(FileLock)
-
-    /// Makes a new file with this content and holds it. On failure there is none.
-    QString make(const QString& path, const QByteArray& content);
-    /// Takes hold of an existing file, unless a process holds it.
-    bool take(const QString& path);
-    void release();
-
-private:
-    qintptr mHandle = -1;
-};
+/// When the process was started, on a scale of the system's own: it tells a process from an earlier one with the same
+/// number. 0 where that is not known; nothing when there is no such process.
+std::optional<qint64> startOf(qint64 process);
 
 } // namespace Platform

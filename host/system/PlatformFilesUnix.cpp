@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #ifdef Q_OS_LINUX
@@ -23,7 +22,6 @@ namespace Platform {
 
 namespace {
 
-constexpr int kNoHandle = -1;
 constexpr int kMaxLinks = 40;
 
 QString reasonOf(int error)
@@ -259,104 +257,17 @@ bool isOwnFolder(const QString& path)
            info.st_uid == geteuid();
 }
 
-namespace {
-
-// The 22nd field, in clock ticks since the machine's start; behind the last bracket, as a name may have any.
-QString startOf(qint64 process)
-{
-    QFile file(u"/proc/%1/stat"_s.arg(process));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray line = file.readAll();
-    constexpr int kStartField = 19;
-    return QString::fromLatin1(line.mid(line.lastIndexOf(')') + 2).split(' ').value(kStartField));
-}
-
-} // namespace
-
-ProcessIdentity ProcessIdentity::own()
-{
-    std::array<char, 256> host = {};
-    gethostname(host.data(), host.size() - 1);
-    // Many machines of one disk may go by one name.
-    QFile id(u"/etc/machine-id"_s);
-    const QByteArray machine = id.open(QIODevice::ReadOnly) ? id.readLine(64).trimmed() : QByteArray();
-    return {QString::number(geteuid()),
-            QString::fromLocal8Bit(host.data()) + u' ' + QString::fromLatin1(machine), getpid(),
-            startOf(getpid())};
-}
-
-bool ProcessIdentity::isAlive() const
+std::optional<qint64> startOf(qint64 process)
 {
     if (::kill(pid_t(process), 0) != 0 && errno == ESRCH)
-        return false;
-    const QString now = startOf(process);
-    return now.isEmpty() || started.isEmpty() || now == started;
-}
-
-namespace {
-
-bool writeHeld(int file, const QByteArray& content)
-{
-    // A file system without locks leaves the process's number and start to judge by.
-    flock(file, LOCK_EX | LOCK_NB);
-    return ::write(file, content.constData(), size_t(content.size())) == content.size();
-}
-
-// Named only when it is whole: a kill leaves all of it or nothing. -1 where the system cannot.
-int makeInOneStep([[maybe_unused]] const QString& path, [[maybe_unused]] const QByteArray& content)
-{
-#ifdef O_TMPFILE
-    const QByteArray folder = NativePath::toBytes(NativePath::folder(path));
-    const int file = open(folder.constData(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (file < 0)
-        return -1;
-    const QByteArray unnamed = "/proc/self/fd/" + QByteArray::number(file);
-    if (writeHeld(file, content) && linkat(AT_FDCWD, unnamed.constData(), AT_FDCWD,
-                                           NativePath::toBytes(path).constData(), AT_SYMLINK_FOLLOW) == 0)
-        return file;
-    close(file);
-#endif
-    return -1;
-}
-
-} // namespace
-
-QString FileLock::make(const QString& path, const QByteArray& content)
-{
-    mHandle = makeInOneStep(path, content);
-    if (mHandle != kNoHandle)
         return {};
-    mHandle = open(NativePath::toBytes(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
-                   S_IRUSR | S_IWUSR);
-    if (mHandle == kNoHandle)
-        return reasonOf(errno);
-    if (writeHeld(int(mHandle), content))
-        return {};
-    QString error = reasonOf(errno);
-    unlink(NativePath::toBytes(path).constData());
-    release();
-    return error;
-}
-
-bool FileLock::take(const QString& path)
-{
-    const int file =
-        open(NativePath::toBytes(path).constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (file < 0)
-        return false;
-    mHandle = file;
-    const bool held = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    if (held)
-        release();
-    return !held;
-}
-
-void FileLock::release()
-{
-    if (mHandle != kNoHandle)
-        close(int(mHandle));
-    mHandle = kNoHandle;
+    QFile file(u"/proc/%1/stat"_s.arg(process));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    // The 22nd field, in clock ticks since the machine's start; after the last bracket, as a name may have any.
+    constexpr int kStartField = 19;
+    const QByteArray line = file.readAll();
+    return line.mid(line.lastIndexOf(')') + 2).split(' ').value(kStartField).toLongLong();
 }
 
 } // namespace Platform

@@ -1,5 +1,3 @@
-#include <QFile>
-
 #include <aclapi.h>
 #include <array>
 #include <fcntl.h>
@@ -16,8 +14,6 @@ namespace Platform {
 
 namespace {
 
-constexpr qintptr kNoHandle = -1;
-static_assert(kNoHandle == -1, "INVALID_HANDLE_VALUE");
 constexpr int kRetries = 20;
 constexpr DWORD kRetryMs = 50;
 
@@ -268,7 +264,7 @@ bool makePrivateFolder(const QString& path, QString& reason)
     return true;
 }
 
-// Who made it, its mark says; here it must not lead elsewhere.
+// Who made it, its name says; here it must not lead elsewhere.
 bool isOwnFolder(const QString& path)
 {
     const DWORD attributes = GetFileAttributesW(native(path).c_str());
@@ -276,83 +272,19 @@ bool isOwnFolder(const QString& path)
            !(attributes & FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
-namespace {
-
-QString startOf(HANDLE process)
+std::optional<qint64> startOf(qint64 process)
 {
+    const Handle opened(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(process)));
+    // Refused is not gone.
+    if (!opened)
+        return GetLastError() == ERROR_INVALID_PARAMETER ? std::nullopt : std::optional<qint64>(0);
+    DWORD status = 0;
+    if (GetExitCodeProcess(opened.get(), &status) && status != STILL_ACTIVE)
+        return {};
     FILETIME made = {};
     FILETIME other[3] = {};
-    if (!GetProcessTimes(process, &made, &other[0], &other[1], &other[2]))
-        return {};
-    return QString::number(wide(made.dwHighDateTime, made.dwLowDateTime));
-}
-
-} // namespace
-
-ProcessIdentity ProcessIdentity::own()
-{
-    std::array<wchar_t, 512> user = {};
-    DWORD userLength = DWORD(user.size());
-    GetUserNameW(user.data(), &userLength);
-    std::array<wchar_t, 512> host = {};
-    DWORD hostLength = DWORD(host.size());
-    GetComputerNameExW(ComputerNamePhysicalDnsFullyQualified, host.data(), &hostLength);
-    return {QString::fromWCharArray(user.data()), QString::fromWCharArray(host.data()),
-            qint64(GetCurrentProcessId()), startOf(GetCurrentProcess())};
-}
-
-bool ProcessIdentity::isAlive() const
-{
-    const HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(process));
-    // Refused is not gone.
-    if (!handle)
-        return GetLastError() != ERROR_INVALID_PARAMETER;
-    const Handle opened(handle);
-    DWORD status = 0;
-    if (GetExitCodeProcess(handle, &status) && status != STILL_ACTIVE)
-        return false;
-    const QString now = startOf(handle);
-    return now.isEmpty() || started.isEmpty() || now == started;
-}
-
-namespace {
-
-// Not shared for writing or deletion: a second one that wants both is refused.
-qintptr openMark(const QString& path, DWORD disposition)
-{
-    return reinterpret_cast<qintptr>(CreateFileW(native(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                                                 FILE_SHARE_READ, nullptr, disposition,
-                                                 FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-}
-
-} // namespace
-
-QString FileLock::make(const QString& path, const QByteArray& content)
-{
-    mHandle = openMark(path, CREATE_NEW);
-    if (mHandle == kNoHandle)
-        return reasonOf(GetLastError());
-    DWORD written = 0;
-    QString error = result(WriteFile(reinterpret_cast<HANDLE>(mHandle), content.constData(),
-                                     DWORD(content.size()), &written, nullptr));
-    if (!error.isEmpty()) {
-        release();
-        removeTree(path);
-    }
-    return error;
-}
-
-bool FileLock::take(const QString& path)
-{
-    mHandle = openMark(path, OPEN_EXISTING);
-    return mHandle != kNoHandle;
-}
-
-void FileLock::release()
-{
-    if (mHandle != kNoHandle)
-        CloseHandle(reinterpret_cast<HANDLE>(mHandle));
-    mHandle = kNoHandle;
+    const bool isKnown = GetProcessTimes(opened.get(), &made, &other[0], &other[1], &other[2]);
+    return isKnown ? wide(made.dwHighDateTime, made.dwLowDateTime) : 0;
 }
 
 } // namespace Platform

@@ -3,13 +3,10 @@
 #include <QString>
 
 #include <atomic>
-#include <memory>
 
-#include "host/system/PlatformFiles.h"
-
-/// A folder for this run and this user alone, removed with everything in it when the object goes. Its name is
-/// a prefix and six letters, of which four are random and the others follow from them; a file in it, which this
-/// process holds locked, says who made it and when.
+/// A folder for this run and this user alone, removed with everything in it when the object goes. Its name says
+/// which process on which machine made it, so there is no moment at which a kill leaves one that nobody can judge:
+/// PREFIX MACHINE-PROCESS-START-RANDOM.
 class PrivateFolder
 {
 public:
@@ -34,13 +31,12 @@ public:
     void remove();
 
     /// Removes from `parent` what killed runs of this program, on this machine and by this user, have left
-    /// there. Never touches a folder with anything in it that the program does not make, nor one without the
-    /// program's mark, unless its letters fit and nothing at all is in it.
+    /// there. Never touches a folder whose process may be alive, nor one with anything in it that the program
+    /// does not make.
     static void sweep(const QString& parent, const char* prefix);
 
 private:
     QString mPath;
     QString mError;
-    Platform::FileLock mMark;
     std::atomic<int> mNames = 0;
 };

@@ -3,7 +3,6 @@ import os
 import shutil
 import signal
 import tempfile
-import time
 
 from host import FAKE, Place, ffmpeg, main, wait_until
 
@@ -120,42 +119,43 @@ class Faults(Place):
         run.end()
         wait_until(lambda: not self.alive(), "the encoder ends with the program")
         self.assertEqual(self.read("out.png"), b"old")
-        left = folders()[0]
+        left, = folders()
         self.assertEqual(len(folders(self.temporary)), 1)
-        # Not ours: by its content, by what is in it beside, by a link, because it lives.
-        foreign = [b".vxcompress-photos", b".vxcompress-QWERTY", b".vxcompress-linked"]
-        self.write(foreign[0] + b"/dear.jpg", b"dear")
-        shutil.copytree(self.at(left), self.at(foreign[1]))
-        self.write(foreign[1] + b"/dear.jpg", b"dear")
-        os.symlink(self.at(foreign[0]), self.at(foreign[2]))
-        os.makedirs(os.path.join(self.temporary, "vxcompress-photos"))
         living = self.working("photo.png", "out.jpg", "-f")
-        lives, = set(folders()) - {left, *foreign}
-        # By its maker, also where no lock tells that it lives.
-        foreign.append(b".vxcompress-COPIED")
-        shutil.copytree(self.at(lives), self.at(foreign[-1]))
+        lives, = set(folders()) - {left}
+        # Its name says who made it: the machine, the process and its start.
+        machine, process, start = left.split(b"-")[1:4]
+        rows = [  # what is in it, and whether it stays
+            ((machine, process, start), [], False),
+            ((machine, b"%d" % os.getpid(), start), ["1.png"], False),  # the number is another process' by now
+            ((machine, process, start), ["17.mp4.tmp", "progress_10.txt", ".diskprobe-abCD12", ".vx-0a.png",
+                                         "compressabCD12/source.png"], False),
+            ((machine, process, start), ["1.png", "dear.jpg"], True),
+            ((machine, process, start), ["compressabCD12/dear.jpg"], True),
+            ((machine, process, start), ["dears/source.png"], True),
+            ((b"0" * 8, process, start), ["1.png"], True),
+            (tuple(lives.split(b"-")[1:4]), ["1.png"], True),
+            ((b"photos",), [], True),
+        ]
+        stay = {lives}
+        for number, (parts, names, stays) in enumerate(rows):
+            name = b"-".join([b".vxcompress", *parts, *[b"%04x" % number] * (len(parts) == 3)])
+            os.mkdir(self.at(name))
+            for inside in names:
+                self.write(os.path.join(name, os.fsencode(inside)), b"")
+            stay.update([name] * stays)
+        link = b"-".join([b".vxcompress", machine, process, start, b"ffff"])
+        os.mkdir(self.at(b"dear folder"))
+        os.symlink(self.at(b"dear folder"), self.at(link))
         self.fake("photo.png", "out.webp", "-f").end()
-        self.assertEqual(set(folders()), {*foreign, lives})
-        self.assertEqual(self.read(foreign[1] + b"/dear.jpg"), b"dear")
-        # Left before the mark was there or whole: none, an old one; but not one that may just be written.
-        foreign.append(left)
-        for names, age, stays in (([], 0, False), (["vxcompress-mark"], 4000, False), (["vxcompress-mark"], 0, True),
-                                  (["vxcompress-mark", "dear.jpg"], 4000, True)):
-            shutil.rmtree(self.at(left), ignore_errors=True)
-            os.mkdir(self.at(left))
-            for name in names:
-                path = os.path.join(self.at(left), os.fsencode(name))
-                self.write(path, b"")
-                os.utime(path, (time.time() - age,) * 2)
-            self.fake("photo.png", "out.webp", "-f").end()
-            self.assertEqual(left in folders(), stays, names)
-        self.assertEqual(self.read(left + b"/dear.jpg"), b"")
+        self.assertEqual(set(folders()), {*stay, link})
+        for name, (_, names, _) in ((name, rows[int(name[-4:], 16)]) for name in stay if name.count(b"-") > 1 and name != lives):
+            self.assertEqual(sum(len(files) for _, _, files in os.walk(self.at(name))), len(names))
         living.process.send_signal(signal.SIGTERM)
         living.end()
-        self.assertEqual(os.listdir(self.temporary), ["vxcompress-photos"])
-        os.rmdir(os.path.join(self.temporary, "vxcompress-photos"))
-        for name in foreign:
-            os.remove(self.at(name)) if os.path.islink(self.at(name)) else shutil.rmtree(self.at(name))
+        os.remove(self.at(link))
+        for name in [*stay - {lives}, b"dear folder"]:
+            shutil.rmtree(self.at(name))
 
     def test_unusable_installation(self):
         for what, status, said in (("missing", 3, "cJpeg is missing"), ("no program", 1, "cJpeg could not be started"),
