@@ -2,9 +2,7 @@
 
 enum class MediaKind
 {
-    NotRegular, ///< a folder, a pipe, a device, or nothing at all: it was not opened
-    Unreadable, ///< `problem` has the system's reason
-    Unknown,    ///< neither image nor video nor sound
+    Unknown, ///< neither image nor video nor sound
     Image,
     Video, ///< a container that can hold a video; whether there is one in it, a VideoProbe tells
     Sound

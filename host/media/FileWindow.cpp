@@ -29,25 +29,11 @@ int FileWindow::byte(qint64 offset)
     return found.isEmpty() ? -1 : static_cast<uchar>(found[0]);
 }
 
-quint64 FileWindow::big(qint64 offset, int width)
-{
-    const QByteArrayView found = bytes(offset, width);
-    quint64 value = 0;
-    for (const char c : found)
-        value = value << 8 | static_cast<uchar>(c);
-    return found.size() == width ? value : 0;
-}
-
-quint64 FileWindow::little(qint64 offset, int width)
+quint64 FileWindow::number(qint64 offset, int width, bool isBigFirst)
 {
     const QByteArrayView found = bytes(offset, width);
     quint64 value = 0;
     for (int i = 0; i < found.size(); ++i)
-        value |= quint64(static_cast<uchar>(found[i])) << (8 * i);
+        value = value << 8 | static_cast<uchar>(found[isBigFirst ? i : found.size() - 1 - i]);
     return found.size() == width ? value : 0;
-}
-
-bool FileWindow::has(qint64 offset, QByteArrayView expected)
-{
-    return bytes(offset, expected.size()) == expected;
 }

@@ -14,12 +14,13 @@ public:
     qint64 size() const { return mSize; }
     /// The bytes there, as many as there are: at most `count`, and at most kMost.
     QByteArrayView bytes(qint64 offset, qint64 count);
-    /// The byte there, -1 behind the end.
+    bool has(qint64 offset, QByteArrayView expected) { return bytes(offset, expected.size()) == expected; }
+    /// The byte there, -1 after the end.
     int byte(qint64 offset);
-    /// Big and little end first; 0 behind the end. `width` is 1 to 8 bytes.
-    quint64 big(qint64 offset, int width);
-    quint64 little(qint64 offset, int width);
-    bool has(qint64 offset, QByteArrayView bytes);
+    /// A number of 1 to 8 bytes, with its big or its little end first; 0 after the end.
+    quint64 number(qint64 offset, int width, bool isBigFirst);
+    quint64 big(qint64 offset, int width) { return number(offset, width, true); }
+    quint64 little(qint64 offset, int width) { return number(offset, width, false); }
 
     static constexpr qint64 kMost = qint64(64) * 1024;
 

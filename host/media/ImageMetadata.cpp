@@ -10,8 +10,8 @@
 
 #include "host/media/ImageChunks.h"
 #include "host/media/Losses.h"
+#include "host/media/MediaFacts.h"
 #include "host/media/MetadataModule.h"
-#include "host/media/SourceFacts.h"
 
 using namespace Qt::StringLiterals;
 
@@ -47,30 +47,30 @@ QString readFile(const QString& path, QByteArray& bytes)
     return {};
 }
 
-SourceFacts factsOf(QByteArray& bytes)
+MediaFacts factsOf(QByteArray& bytes)
 {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
-    return inspectSource(buffer);
+    return inspectMedia(buffer);
 }
 
 // The image with what the module left to be put in; empty when that fails.
-QByteArray completed(const MetadataAnswer& answer, const SourceFacts& result)
+QByteArray completed(const MetadataAnswer& answer, const MediaFacts& result)
 {
     switch (result.format) {
     case MediaFormat::Png:
         return withPngChunks(answer.result, answer.iccProfile, answer.exif);
     case MediaFormat::WebP:
-        return withWebpProfile(answer.result, answer.iccProfile, result.image.size, result.image.hasAlpha);
+        return withWebpProfile(answer.result, answer.iccProfile, result.size, result.hasAlpha);
     default:
         return answer.result;
     }
 }
 
-bool isSameImage(const SourceFacts& made, const SourceFacts& result)
+bool isSameImage(const MediaFacts& made, const MediaFacts& result)
 {
-    return made.format == result.format && made.damage.isEmpty() && made.image.size == result.image.size &&
-           made.image.hasAlpha == result.image.hasAlpha && made.image.isAnimated == result.image.isAnimated;
+    return made.format == result.format && made.damage.isEmpty() && made.size == result.size &&
+           made.hasAlpha == result.hasAlpha && made.isAnimated == result.isAnimated;
 }
 
 QString replaceFile(const QString& path, const QByteArray& bytes)
@@ -91,12 +91,12 @@ QString copyImageMetadata(const QString& sourcePath, const QString& resultPath)
         error = readFile(resultPath, request.result);
     if (!error.isEmpty())
         return error;
-    const SourceFacts source = factsOf(request.source);
-    const SourceFacts result = factsOf(request.result);
+    const MediaFacts source = factsOf(request.source);
+    const MediaFacts result = factsOf(request.result);
     request.isJpeg = result.format == MediaFormat::Jpeg;
     request.isPng = result.format == MediaFormat::Png;
     request.isTurnedUpright = isTurnedUpright(source, result);
-    request.hasConvertedColours = result.image.isMarkedSrgb;
+    request.hasConvertedColours = result.isMarkedSrgb;
 
     MetadataAnswer answer;
     {

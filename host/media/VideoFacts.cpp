@@ -136,6 +136,26 @@ qint64 lengthOf(const VideoFacts& facts, qint64 containerMs)
     return end > 0 && containerMs > 0 ? std::min(end, containerMs) : containerMs;
 }
 
+StreamFacts imageOf(const VideoFacts& facts)
+{
+    const StreamFacts* const stream = facts.videoStream();
+    return stream ? *stream : StreamFacts{};
+}
+
+// Stereo at least: sound that is lost altogether is a track that is lost.
+int mostChannels(const VideoFacts& facts)
+{
+    int most = 2;
+    for (const StreamFacts& stream : facts.streams)
+        most = std::max(most, stream.channels);
+    return most;
+}
+
+int countOf(const VideoFacts& facts, StreamFacts::Type type)
+{
+    return int(std::ranges::count(facts.streams, type, &StreamFacts::type));
+}
+
 } // namespace
 
 const StreamFacts* VideoFacts::videoStream() const
@@ -173,4 +193,39 @@ VideoFacts parseVideoFacts(const QByteArray& json, const QByteArray& log)
     facts.isLengthStated = facts.lengthMs > 0 && statesLength(facts.container) &&
                            !log.contains("Estimating duration from bitrate");
     return facts;
+}
+
+QList<Warning> videoLosses(const VideoFacts& source, const VideoFacts& result)
+{
+    // Amounts that can become less: %1 of the source, %2 of the result.
+    static const struct
+    {
+        const char* id;
+        const char* text;
+        int (*amountIn)(const VideoFacts&);
+    } kLosses[] = {
+        {"hdr", "the high dynamic range is lost, colours may look pale",
+         [](const auto& facts) { return int(imageOf(facts).isHdr); }},
+        {"bit-depth", "%1 bits a colour become %2", [](const auto& facts) { return imageOf(facts).bits; }},
+        {"alpha", "the transparency is lost", [](const auto& facts) { return int(imageOf(facts).hasAlpha); }},
+        {"audio-channels", "%1 sound channels become %2", mostChannels},
+        {"audio-tracks", "sound tracks are lost: %2 of %1 are left",
+         [](const auto& facts) { return countOf(facts, StreamFacts::Audio); }},
+        {"subtitles", "subtitles are lost: %2 of %1 are left",
+         [](const auto& facts) { return countOf(facts, StreamFacts::Subtitle); }},
+        {"cover", "cover images are lost: %2 of %1 are left",
+         [](const auto& facts) {
+             return int(std::ranges::count(facts.streams, true, &StreamFacts::isAttachedPicture));
+         }},
+    };
+    QList<Warning> losses;
+    for (const auto& row : kLosses) {
+        const int before = row.amountIn(source);
+        const int after = row.amountIn(result);
+        if (after < before)
+            losses.append({QLatin1String(row.id), QString::fromLatin1(row.text)
+                                                      .replace("%1"_L1, QString::number(before))
+                                                      .replace("%2"_L1, QString::number(after))});
+    }
+    return losses;
 }

@@ -6,6 +6,8 @@
 #include <QSize>
 #include <QString>
 
+#include "host/job/JobResult.h"
+
 /// Keys as the file spells them.
 using Tags = QMap<QString, QString>;
 
@@ -62,3 +64,7 @@ QString tagValue(const Tags& tags, const QString& key);
 
 /// Reads ffprobe's answer in JSON (format, streams, chapters) and its log at the level `warning`. Pure.
 VideoFacts parseVideoFacts(const QByteArray& json, const QByteArray& log);
+
+/// What a video's result has no more. Ids: "hdr", "bit-depth", "audio-channels", "alpha", "audio-tracks",
+/// "subtitles", "cover". Pure.
+QList<Warning> videoLosses(const VideoFacts& source, const VideoFacts& result);

@@ -17,18 +17,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QList<Warning> warningsOf(const QList<Loss>& losses)
-{
-    QList<Warning> warnings;
-    for (const Loss& loss : losses)
-        warnings.append({loss.id, loss.text});
-    return warnings;
-}
-
 struct ImageLook
 {
     QString metadataError;
-    SourceFacts facts;
+    MediaFacts facts;
 };
 
 } // namespace
@@ -60,10 +52,10 @@ void ResultCheck::checkImage()
 {
     const auto look = [files = mFiles, copies = mOptions.keepMetadata] {
         ImageLook result;
-        result.facts = inspectSource(files.result);
+        result.facts = inspectMedia(files.result);
         if (copies && result.facts.kind == MediaKind::Image && result.facts.damage.isEmpty()) {
             result.metadataError = copyImageMetadata(files.source, files.result);
-            result.facts = inspectSource(files.result);
+            result.facts = inspectMedia(files.result);
         }
         return result;
     };
@@ -74,7 +66,7 @@ void ResultCheck::checkImage()
             return end({FailureKind::ResultCut, u"it is no image"_s});
         if (!result.facts.damage.isEmpty())
             return end({FailureKind::ResultCut, result.facts.damage});
-        mView.warnings += warningsOf(imageLosses(mSource.facts, result.facts));
+        mView.warnings += imageLosses(mSource.facts, result.facts);
         end({});
     });
 }
@@ -99,7 +91,7 @@ void ResultCheck::onProbed()
         return restoreVideoMetadata(result);
     if (verdict.kind != LengthVerdict::Whole)
         mView.warnings.append({u"length"_s, verdict.text});
-    mView.warnings += warningsOf(videoLosses(mSource.video, result));
+    mView.warnings += videoLosses(mSource.video, result);
     end({});
 }
 

@@ -24,27 +24,8 @@ SourceView inspect(const QString& path)
         !file.open(opened, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
         view.failure = {FailureKind::Unreadable, reason};
     else
-        view.facts = inspectSource(file);
+        view.facts = inspectMedia(file);
     return view;
-}
-
-Failure unfitFor(const SourceFacts& facts, const Format& format, const Options& options)
-{
-    if (facts.kind == MediaKind::Sound)
-        return {FailureKind::NotMedia, u": it is sound alone"_s};
-    if (facts.kind != MediaKind::Image && facts.kind != MediaKind::Video)
-        return {FailureKind::NotMedia, QString()};
-    const bool isVideo = facts.kind == MediaKind::Video || facts.image.isAnimated;
-    if (format.isVideo() && !isVideo)
-        return {FailureKind::UnsupportedKind, facts.name + u", an image, and no video"_s};
-    if (!format.isVideo() && facts.kind == MediaKind::Video)
-        return {FailureKind::UnsupportedKind, facts.name + u", a video, and no image"_s};
-    const Obstacle obstacle = obstacleFor(facts, format);
-    if (obstacle.kind == Obstacle::Unsupported)
-        return {FailureKind::UnsupportedKind, facts.name + u"; "_s + obstacle.text};
-    if (obstacle.kind == Obstacle::FirstFrame && !options.firstFrame)
-        return {FailureKind::Animated, QString()};
-    return {};
 }
 
 } // namespace
@@ -69,7 +50,7 @@ void SourceLook::onInspected(const SourceView& view)
     mView = view;
     if (mView.failure)
         return end(mView.failure);
-    if (const Failure failure = unfitFor(mView.facts, *mSpec.format, mOptions))
+    if (const Failure failure = unfitFor(mView.facts, *mSpec.format, mOptions.firstFrame))
         return end(failure);
     if (!mView.facts.damage.isEmpty()) {
         if (!mMayTakeDamaged)

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "host/job/JobResult.h"
-#include "host/media/SourceFacts.h"
+#include "host/media/MediaFacts.h"
 #include "host/media/VideoFacts.h"
 
 class VideoProbe;
@@ -15,7 +15,7 @@ struct Options;
 struct SourceView
 {
     Failure failure; ///< none: the source can be encoded
-    SourceFacts facts;
+    MediaFacts facts;
     VideoFacts video; ///< for MediaKind::Video
     QList<Warning> warnings;
 };

@@ -1,4 +1,4 @@
-#include "host/media/ImageReaders.h"
+#include "host/media/Readers.h"
 
 using namespace Qt::StringLiterals;
 
@@ -30,16 +30,14 @@ qint64 behindSubBlocks(FileWindow& file, qint64 offset)
 
 } // namespace
 
-ImageReading readGif(FileWindow& file)
+QString readGif(FileWindow& file, MediaFacts& facts)
 {
-    ImageReading reading;
-    ImageFacts& facts = reading.facts;
     facts.size = QSize(int(file.little(6, 2)), int(file.little(8, 2)));
     qint64 offset = kHeader + colourTableBytes(file.byte(10));
     for (int images = 0;;) {
         const int block = file.byte(offset);
         if (block == kTrailer)
-            return reading;
+            return {};
         if (block == kExtension) {
             if (file.byte(offset + 1) == kGraphicControl && (file.byte(offset + 3) & 1))
                 facts.hasAlpha = true;
@@ -53,6 +51,5 @@ ImageReading readGif(FileWindow& file)
             break;
         }
     }
-    reading.damage = u"the image ends before its trailer"_s;
-    return reading;
+    return u"the image ends before its trailer"_s;
 }

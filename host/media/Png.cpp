@@ -1,4 +1,4 @@
-#include "host/media/ImageReaders.h"
+#include "host/media/Readers.h"
 
 using namespace Qt::StringLiterals;
 
@@ -18,7 +18,7 @@ enum ColourType
     kRgbAlpha = 6
 };
 
-void readHeader(FileWindow& file, qint64 body, ImageFacts& facts)
+void readHeader(FileWindow& file, qint64 body, MediaFacts& facts)
 {
     facts.size = QSize(int(file.big(body, 4)), int(file.big(body + 4, 4)));
     facts.bitsPerSample = qMax(8, file.byte(body + 8));
@@ -26,7 +26,7 @@ void readHeader(FileWindow& file, qint64 body, ImageFacts& facts)
     facts.hasAlpha = colourType == kGreyAlpha || colourType == kRgbAlpha;
 }
 
-void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& facts)
+void readChunk(FileWindow& file, QByteArrayView type, qint64 body, MediaFacts& facts)
 {
     if (type == "IHDR") {
         readHeader(file, body, facts);
@@ -39,28 +39,23 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& f
     } else if (type == "sRGB") {
         facts.isMarkedSrgb = true;
     } else if (type == "eXIf") {
-        facts.hasExif = true;
         facts.orientation = exifOrientation(file, body);
-    } else if (type == "zTXt" && file.has(body, QByteArrayView("Raw profile type exif\0", 22))) {
-        facts.hasExif = true;
     }
 }
 
 } // namespace
 
-ImageReading readPng(FileWindow& file)
+QString readPng(FileWindow& file, MediaFacts& facts)
 {
-    ImageReading reading;
     qint64 offset = kSignature;
     for (int i = 0; i < kMostChunks && offset + kChunkFrame <= file.size(); ++i) {
         const qint64 length = qint64(file.big(offset, 4));
         const QByteArray type = file.bytes(offset + 4, 4).toByteArray();
         if (type == "IEND")
-            return reading;
-        readChunk(file, type, offset + 8, reading.facts);
+            return {};
+        readChunk(file, type, offset + 8, facts);
         offset += kChunkFrame + length;
     }
-    if (!file.has(file.size() - kEnd.size(), kEnd))
-        reading.damage = u"the image ends before its end chunk"_s;
-    return reading;
+    const bool isWhole = file.has(file.size() - kEnd.size(), kEnd);
+    return isWhole ? QString() : u"the image ends before its end chunk"_s;
 }

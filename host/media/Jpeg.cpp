@@ -1,4 +1,4 @@
-#include "host/media/ImageReaders.h"
+#include "host/media/Readers.h"
 
 using namespace Qt::StringLiterals;
 
@@ -30,13 +30,12 @@ bool hasNoLength(int marker)
     return (marker >= kRestart0 && marker <= kStartOfImage) || marker == 0x01;
 }
 
-void readSegment(FileWindow& file, int marker, qint64 body, ImageFacts& facts)
+void readSegment(FileWindow& file, int marker, qint64 body, MediaFacts& facts)
 {
     if (isFrameHeader(marker)) {
         facts.bitsPerSample = qMax(8, file.byte(body));
         facts.size = QSize(int(file.big(body + 3, 2)), int(file.big(body + 1, 2)));
     } else if (marker == kApp1 && file.has(body, kExif)) {
-        facts.hasExif = true;
         facts.orientation = exifOrientation(file, body + kExif.size());
     } else if (marker == kApp2 && file.has(body, kIccProfile)) {
         facts.hasIccProfile = true;
@@ -63,7 +62,7 @@ qint64 endOfPixels(FileWindow& file, qint64 offset)
 }
 
 // What follows the end-of-image marker is not the image's: previews, videos, padding.
-bool reachesEndOfImage(FileWindow& file, qint64 offset, ImageFacts& facts)
+bool reachesEndOfImage(FileWindow& file, qint64 offset, MediaFacts& facts)
 {
     bool hasPixels = false;
     while (offset + 1 < file.size() && file.byte(offset) == 0xFF) {
@@ -93,10 +92,8 @@ bool reachesEndOfImage(FileWindow& file, qint64 offset, ImageFacts& facts)
 
 } // namespace
 
-ImageReading readJpeg(FileWindow& file)
+QString readJpeg(FileWindow& file, MediaFacts& facts)
 {
-    ImageReading reading;
-    if (!reachesEndOfImage(file, 2, reading.facts))
-        reading.damage = u"the image ends before its end-of-image marker"_s;
-    return reading;
+    const bool isWhole = reachesEndOfImage(file, 2, facts);
+    return isWhole ? QString() : u"the image ends before its end-of-image marker"_s;
 }

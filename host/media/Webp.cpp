@@ -1,4 +1,4 @@
-#include "host/media/ImageReaders.h"
+#include "host/media/Readers.h"
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +14,7 @@ enum Flag
     kIccProfile = 0x20
 };
 
-void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& facts)
+void readChunk(FileWindow& file, QByteArrayView type, qint64 body, MediaFacts& facts)
 {
     if (type == "VP8X") {
         const int flags = file.byte(body);
@@ -24,7 +24,6 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& f
     } else if (type == "ICCP") {
         facts.hasIccProfile = true;
     } else if (type == "EXIF") {
-        facts.hasExif = true;
         // Some writers put the header there that JPEG needs.
         const bool hasHeader = file.has(body, QByteArrayView("Exif\0\0", 6));
         facts.orientation = exifOrientation(file, body + (hasHeader ? 6 : 0));
@@ -39,17 +38,16 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, ImageFacts& f
 
 } // namespace
 
-ImageReading readWebp(FileWindow& file)
+QString readWebp(FileWindow& file, MediaFacts& facts)
 {
-    ImageReading reading;
-    const qint64 stated = qint64(file.little(4, 4)) + 8;
-    if (stated > file.size())
-        reading.damage = u"the image has %1 of the %2 bytes that it states"_s.arg(file.size()).arg(stated);
     qint64 offset = kFirstChunk;
     for (int i = 0; i < kMostChunks && offset + 8 <= file.size(); ++i) {
         const qint64 length = qint64(file.little(offset + 4, 4));
-        readChunk(file, file.bytes(offset, 4).toByteArray(), offset + 8, reading.facts);
+        readChunk(file, file.bytes(offset, 4).toByteArray(), offset + 8, facts);
         offset += 8 + length + (length & 1);
     }
-    return reading;
+    const qint64 stated = qint64(file.little(4, 4)) + 8;
+    if (stated <= file.size())
+        return {};
+    return u"the image has %1 of the %2 bytes that it states"_s.arg(file.size()).arg(stated);
 }

@@ -1,4 +1,6 @@
-#include "host/media/VideoDamage.h"
+#include "host/media/Readers.h"
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -15,27 +17,6 @@ QString shortage(qint64 size, qint64 stated)
     if (stated - size <= stated / kToleratedShare)
         return {};
     return u"the video has %1 of the %2 bytes that its container states"_s.arg(size).arg(stated);
-}
-
-QString mp4Damage(FileWindow& file)
-{
-    bool hasIndex = false;
-    qint64 offset = 0;
-    for (int i = 0; i < kMostBoxes && offset + 8 <= file.size(); ++i) {
-        qint64 length = qint64(file.big(offset, 4));
-        hasIndex = hasIndex || file.has(offset + 4, "moov");
-        // 1: the length follows in eight bytes. 0: the box reaches to the end.
-        if (length == 1)
-            length = qint64(file.big(offset + 8, 8));
-        else if (length == 0)
-            length = file.size() - offset;
-        if (length < 8 || length > std::numeric_limits<qint64>::max() - offset)
-            return {};
-        offset += length;
-    }
-    if (!hasIndex && offset > file.size())
-        return u"the video ends before its index"_s;
-    return shortage(file.size(), offset);
 }
 
 struct EbmlNumber
@@ -61,7 +42,30 @@ EbmlNumber ebmlNumber(FileWindow& file, qint64 offset)
     return number;
 }
 
-QString matroskaDamage(FileWindow& file)
+} // namespace
+
+QString readMp4(FileWindow& file, MediaFacts&)
+{
+    bool hasIndex = false;
+    qint64 offset = 0;
+    for (int i = 0; i < kMostBoxes && offset + 8 <= file.size(); ++i) {
+        qint64 length = qint64(file.big(offset, 4));
+        hasIndex = hasIndex || file.has(offset + 4, "moov");
+        // 1: the length follows in eight bytes. 0: the box reaches to the end.
+        if (length == 1)
+            length = qint64(file.big(offset + 8, 8));
+        else if (length == 0)
+            length = file.size() - offset;
+        if (length < 8 || length > std::numeric_limits<qint64>::max() - offset)
+            return {};
+        offset += length;
+    }
+    if (!hasIndex && offset > file.size())
+        return u"the video ends before its index"_s;
+    return shortage(file.size(), offset);
+}
+
+QString readMatroska(FileWindow& file, MediaFacts&)
 {
     constexpr qint64 kIdWidth = 4;
     const QByteArrayView kSegment("\x18\x53\x80\x67", 4);
@@ -76,7 +80,7 @@ QString matroskaDamage(FileWindow& file)
 }
 
 // Files of more than 1 GiB or so are a chain of such parts.
-QString aviDamage(FileWindow& file)
+QString readAvi(FileWindow& file, MediaFacts&)
 {
     qint64 offset = 0;
     for (int i = 0; i < kMostBoxes && file.has(offset, "RIFF"); ++i) {
@@ -89,7 +93,7 @@ QString aviDamage(FileWindow& file)
     return shortage(file.size(), offset);
 }
 
-QString asfDamage(FileWindow& file)
+QString readAsf(FileWindow& file, MediaFacts&)
 {
     constexpr qint64 kFirstObject = 30;
     constexpr int kMostObjects = 64;
@@ -107,22 +111,4 @@ QString asfDamage(FileWindow& file)
         offset += qint64(length);
     }
     return {};
-}
-
-} // namespace
-
-QString videoDamage(FileWindow& file, MediaFormat format)
-{
-    switch (format) {
-    case MediaFormat::Mp4:
-        return mp4Damage(file);
-    case MediaFormat::Matroska:
-        return matroskaDamage(file);
-    case MediaFormat::Avi:
-        return aviDamage(file);
-    case MediaFormat::Asf:
-        return asfDamage(file);
-    default:
-        return {};
-    }
 }
