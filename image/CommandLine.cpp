@@ -4,7 +4,8 @@
 #include <QDir>
 #include <QMutex>
 
-#include "image/Platform.h"
+#include "process/Files.h"
+#include "process/Programs.h"
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +16,7 @@ QMutex folderMutex;
 // ffmpeg takes what stands before a colon for a protocol, but for a drive's letter.
 bool looksLikeProtocol(const QString& path)
 {
-    return path.contains(u':') && QDir::isRelativePath(path) && !Platform::namesADrive(path);
+    return path.contains(u':') && QDir::isRelativePath(path) && !Files::namesADrive(path);
 }
 
 } // namespace
@@ -34,7 +35,7 @@ QString toolPath(const char* tool)
 {
     // Qt finds the folder out at the first call and keeps it, and two threads must not do so at once.
     const QMutexLocker lock(&folderMutex);
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + Platform::executableName(tool));
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + Programs::fileName(tool));
 }
 
 QString commandLine(const QString& tool, const QStringList& fragments)

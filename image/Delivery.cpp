@@ -6,7 +6,7 @@
 #include <QSaveFile>
 #include <QTemporaryFile>
 
-#include "image/Platform.h"
+#include "process/Files.h"
 
 using namespace Qt::StringLiterals;
 
@@ -37,11 +37,11 @@ bool copyAll(QFile& source, QFileDevice& target)
 
 Sameness sameness(const QString& path, const QString& other)
 {
-    const Platform::FileId one = Platform::fileId(path);
-    const Platform::FileId two = Platform::fileId(other);
-    if (one.state == Platform::FileId::Missing || two.state == Platform::FileId::Missing)
+    const Files::Id one = Files::idOf(Files::native(path));
+    const Files::Id two = Files::idOf(Files::native(other));
+    if (one.state == Files::Id::Missing || two.state == Files::Id::Missing)
         return Sameness::Different;
-    if (one.state == Platform::FileId::Unknown || two.state == Platform::FileId::Unknown)
+    if (one.state == Files::Id::Unknown || two.state == Files::Id::Unknown)
         return Sameness::Unknown;
     return one.id == two.id ? Sameness::Same : Sameness::Different;
 }
@@ -96,9 +96,9 @@ bool deliverFile(const QString& from, const QString& to,
         target.setPermissions(permissions.value_or(existing.permissions()));
     if (!copyAll(source, target) || !target.commit())
         return false;
-    if (Platform::replaceFile(draft, place))
+    if (!Files::rename(Files::native(draft), Files::native(place), true))
         return true;
-    Platform::removeFile(draft);
+    Files::remove(Files::native(draft));
     return false;
 }
 
@@ -113,7 +113,7 @@ bool removeFailedOutput(const QString& outputPath, const QString& inputPath)
     // No encoder makes a folder or a device.
     if (!QFileInfo(written).isFile() || isSameFile(written, inputPath))
         return true;
-    return Platform::removeFile(written);
+    return !Files::remove(Files::native(written));
 }
 
 // Asked by writing: free space in numbers knows neither quotas nor what is reserved for whom.

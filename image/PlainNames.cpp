@@ -7,8 +7,8 @@
 #include <array>
 
 #include "image/Delivery.h"
-#include "image/Platform.h"
 #include "image/Workspace.h"
+#include "process/Files.h"
 
 using namespace Qt::StringLiterals;
 
@@ -77,7 +77,8 @@ PlainNames PlainNames::forRun(const QString& inputPath, const QString& outputPat
     if (isPattern(inputPath)) {
         names.mLinkFolder = makePrivateFolder();
         names.mInput = nameIn(names.mLinkFolder, u"source"_s, QFileInfo(inputPath).suffix());
-        if (!names.mLinkFolder.isEmpty() && !Platform::linkFile(inputPath, names.mInput) &&
+        if (!names.mLinkFolder.isEmpty() &&
+            Files::link(Files::native(inputPath), Files::native(names.mInput)) &&
             QFileInfo(inputPath).isFile())
             copyFile(inputPath, names.mInput);
     }
@@ -94,9 +95,9 @@ bool PlainNames::deliver() const
         return true;
     const QString place = finalPath(mOutputPath);
     const bool free = !QFileInfo(place).isDir() && !isSameFile(place, mInputPath);
-    if (free && Platform::replaceFile(mOutput, place))
+    if (free && !Files::rename(Files::native(mOutput), Files::native(place), true))
         return true;
-    Platform::removeFile(mOutput);
+    Files::remove(Files::native(mOutput));
     return false;
 }
 

@@ -10,9 +10,9 @@
 #include "compressor/ICompressTask.h"
 #include "image/Delivery.h"
 #include "image/DyingEncoders.h"
-#include "image/Platform.h"
 #include "log/DebugLine.h"
 #include "process/ProcessTie.h"
+#include "process/Programs.h"
 
 namespace {
 
@@ -231,9 +231,9 @@ ToolProcess::Ending::Ending(ToolProcess* process, int exitCode, ExitStatus exitS
     }
     if (!mHadEncoder)
         return;
-    if ((process && process->mStopRequested) || Platform::wasKilled(exitCode, exitStatus))
+    if ((process && process->mStopRequested) || Programs::wasKilled(exitCode, exitStatus))
         spoil(FinishCode::kStopped, CrashExit);
-    else if (Platform::hasCrashed(exitCode, exitStatus))
+    else if (Programs::hasCrashed(exitCode, exitStatus))
         mExitStatus = CrashExit;
 }
 

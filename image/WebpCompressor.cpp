@@ -6,7 +6,7 @@
 #include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
 #include "image/Delivery.h"
-#include "image/Platform.h"
+#include "process/Files.h"
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +27,7 @@ bool WebpCompressor::start()
     if (!QFile::exists(tool))
         return false;
     // ffmpeg would cut the source before it reads it.
-    if (isSameFile(mInputPath, mOutputPath) || Platform::isPipe(mInputPath)) {
+    if (isSameFile(mInputPath, mOutputPath) || Files::isPipe(Files::native(mInputPath))) {
         mNames = PlainNames(mInputPath, mOutputPath);
         mProcess->refuse();
         return true;

@@ -7,7 +7,8 @@
 #include <QUuid>
 
 #include "image/Delivery.h"
-#include "image/Platform.h"
+#include "process/Files.h"
+#include "process/Programs.h"
 
 using namespace Qt::StringLiterals;
 
@@ -29,8 +30,8 @@ Workspace makeWorkspace(const QString& sourcePath)
     const QString base = workspace.dir.isEmpty()
                              ? temporaryLocation() + u'/' + QUuid::createUuid().toString(QUuid::Id128)
                              : workspace.dir;
-    const bool plain = Platform::isPlainForTools(base);
-    const QString suffix = Platform::isPlainForTools(source.suffix()) ? source.suffix() : QString();
+    const bool plain = Programs::takesPath(base);
+    const QString suffix = Programs::takesPath(source.suffix()) ? source.suffix() : QString();
     const QString inputName = "temporaryImage_1."_L1 + suffix;
     const QString outputName = "temporaryImage_2."_L1 + suffix;
     workspace.inputPath = base + u'/' + inputName;
@@ -53,5 +54,5 @@ QString makePrivateFolder()
 
 bool removeWorkspace(const QString& dir)
 {
-    return dir.isEmpty() || Platform::removeFolder(dir);
+    return dir.isEmpty() || !Files::removeTree(Files::native(dir));
 }

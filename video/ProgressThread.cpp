@@ -3,19 +3,16 @@
 #include <QFile>
 #include <QMutexLocker>
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "image/Platform.h"
+#include "process/Files.h"
 
 namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{500};
 constexpr std::chrono::milliseconds kOpenInterval{5};
 constexpr char kEndMarker[] = "progress=end";
-// More than what ffmpeg writes of one moment.
-constexpr qint64 kLastBlockBytes = 1024;
 
 } // namespace
 
@@ -56,18 +53,6 @@ void ProgressThread::encoderEnded()
     }
     if (mReporting.tryLock(kStopTimeoutMs))
         mReporting.unlock();
-}
-
-bool ProgressThread::mayHaveReachedEnd() const
-{
-    if (mSawEndMarker)
-        return true;
-    QFile file(mProgressFilePath);
-    // The monitor removes it only where it has seen the marker.
-    if (mProgressFilePath.isEmpty() || !file.open(QIODevice::ReadOnly))
-        return true;
-    file.seek(std::max<qint64>(0, file.size() - kLastBlockBytes));
-    return file.readAll().contains(kEndMarker);
 }
 
 void ProgressThread::Release::operator()(ProgressThread* monitor) const
@@ -140,7 +125,7 @@ void ProgressThread::run()
         return;
     // ffmpeg may hold it for a moment behind its end marker. Whoever asks for a stop waits for this thread.
     if (shouldRun())
-        Platform::removeFile(mProgressFilePath);
+        Files::remove(Files::native(mProgressFilePath));
     else
         file.remove();
 }

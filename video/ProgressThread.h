@@ -5,7 +5,6 @@
 #include <QString>
 #include <QThread>
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -53,10 +52,6 @@ public:
     /// call is told when it returns; where a receiver holds that up, at most kStopTimeoutMs later.
     void encoderEnded();
 
-    /// Whether ffmpeg says that it came to its end, or has not said anything, which is nothing against it. To
-    /// be asked before encoderEnded().
-    bool mayHaveReachedEnd() const;
-
 signals:
     /// The share of the duration that is encoded: never negative, above 1 when ffmpeg writes past the
     /// duration. Emitted in this thread.
@@ -82,5 +77,5 @@ private:
     std::condition_variable_any mWakeUp; ///< a QWaitCondition hides its locking from the thread sanitizer
     QMutex mReporting;                   ///< held from the reading of a line until it has been told
     bool mEncoderEnded = false;          ///< guarded by mMutex
-    std::atomic<bool> mSawEndMarker = false;
+    bool mSawEndMarker = false;          ///< of this thread alone
 };

@@ -10,8 +10,8 @@
 #include "image/CommandLine.h"
 #include "image/Delivery.h"
 #include "image/FinishRule.h"
-#include "image/Platform.h"
 #include "log/DebugLine.h"
+#include "process/Files.h"
 
 using namespace Qt::StringLiterals;
 
@@ -66,7 +66,7 @@ bool VideoCompressor::run(Builder builder)
 // ffmpeg would cut the source before it reads it; and nobody could stop a look into a pipe.
 bool VideoCompressor::refusesSource()
 {
-    if (!isSameFile(mInputPath, mOutputPath) && !Platform::isPipe(mInputPath))
+    if (!isSameFile(mInputPath, mOutputPath) && !Files::isPipe(Files::native(mInputPath)))
         return false;
     mNames = PlainNames(mInputPath, mOutputPath);
     retireMonitor();
@@ -98,7 +98,7 @@ void VideoCompressor::launch(const QString& command, float durationMs, Qt::Conne
             SLOT(onCompressProgress(float)), progressConnection);
     const auto cleanUp = [files = mNames.cleanUp(), progress = mProgressFilePath](bool mayHaveOutput) {
         const bool progressGone =
-            !mayHaveOutput || !QFile::exists(progress) || Platform::removeFile(progress);
+            !mayHaveOutput || !QFile::exists(progress) || !Files::remove(Files::native(progress));
         return files(mayHaveOutput) && progressGone;
     };
     mProcess->run({command, mNames.output(), QString(), cleanUp});
@@ -130,7 +130,7 @@ void VideoCompressor::stop()
         mNames.removeOutput();
         // A killed encoder may yet have made it behind the monitor's end. What it still holds goes with its end.
         if (QFile::exists(mProgressFilePath) && mProcess->state() == QProcess::NotRunning)
-            Platform::removeFile(mProgressFilePath);
+            Files::remove(Files::native(mProgressFilePath));
     }
     mState = Failed;
 }
@@ -140,10 +140,6 @@ void VideoCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exit
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
     if (ending.isRepeated())
         return;
-    const bool killed = Platform::kKillMayLookLikeSuccess && ending.exitCode() == FinishCode::kSuccess &&
-                        mProgressThread && !mProgressThread->mayHaveReachedEnd();
-    if (killed)
-        ending.spoil(FinishCode::kStopped, QProcess::CrashExit);
     ending.distrustFullDisk(mNames.output());
     Verdict verdict = judge(TaskKind::Video, {ending.exitCode(), ending.isWhole()});
     if (verdict.delivery == Verdict::Result && !mNames.deliver())

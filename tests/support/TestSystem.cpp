@@ -19,16 +19,13 @@ namespace TestSystem {
 const char* reasonAgainst(const QStringList& things)
 {
     static const QHash<QString, const char*> kReasons{
-#ifdef Q_OS_UNIX
-        {u"silent-kill"_s, "the system tells of a kill"},
-#else
+#ifndef Q_OS_UNIX
         {u"kill"_s, "there are no signals"},
         {u"late"_s, "nothing can hold the end of a process up"},
         {u"limit"_s, "there is no limit on what a process writes"},
         {u"pipe"_s, "pipes lie apart from files"},
         {u"symbolic link"_s, "symbolic links take a right that few users have"},
         {u"untellable"_s, "no function of a test stands before the system's"},
-        {u"unmarked"_s, "ffmpeg's end without its marker counts as a kill"},
 #endif
     };
     for (const QString& thing : things) {

@@ -14,7 +14,7 @@
 #include <dlfcn.h>
 #endif
 
-#include "image/Platform.h"
+#include "process/Programs.h"
 #include "tests/support/TaskTest.h"
 
 using namespace Qt::StringLiterals;
@@ -48,7 +48,7 @@ a crash after growing delivers the source     | webp         | everywhere out=+1
 killed from outside                           | all          | old end=hang begin written kill=9  | stopped  | gone
 ended from outside                            | all          | old end=hang begin written kill=15 | 15       | gone
 a hangup counts as corrupt input              | jpg          | old end=hang begin written kill=1  | 1:no     | old
-a kill that looks like a success              | videos        | silent-kill old progress=500 begin ends | stopped   | gone
+a success without ffmpeg's end marker is lost | videos        | old progress=500 begin ends        | 0         | out
 
 the output is a folder              | all          | output=folder run                   | 2/1       | none
 the output is a folder, and larger  | all          | output=folder out=+1 run            | 2/1       | none
@@ -85,7 +85,7 @@ a release in the finish in a stop       | all   | old end=hang begin written at-
 a release in the finish in a start      | all   | old end=hang begin written at-finish=release begin | stopped | gone
 a release in such a finish, dying late  | all   | old end=hang begin written late at-finish=release begin | stopped | gone
 a release behind the end                | jpg png webp | run release                          | 0         | out
-a release behind the end is held up     | videos | unmarked progress=500 run release           | 0         | out
+a release behind the end is held up     | videos | progress=500 run release           | 0         | out
 a release in a progress                 | videos | old progress=500 end=hang at-progress=release begin released | | gone
 a release in the last progress          | videos | old at-progress=release begin released      |           | out
 
@@ -162,8 +162,7 @@ class TaskScenariosTest : public TaskTest
     // Makes the kind's encoder what is said.
     static bool stage(const QString& what)
     {
-        const QString tool =
-            QCoreApplication::applicationDirPath() + u'/' + Platform::executableName(kind().tool);
+        const QString tool = QCoreApplication::applicationDirPath() + u'/' + Programs::fileName(kind().tool);
         QDir().rmdir(tool);
         QFile file(tool);
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner); // else Windows would keep it
