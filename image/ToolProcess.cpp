@@ -193,9 +193,11 @@ bool ToolProcess::letGo()
     }
     leaveFilesBehind();
     const bool hadLeft = std::exchange(mLeft, true);
-    if (state() != NotRunning && !hadLeft)
+    const bool isDying = state() != NotRunning;
+    // It may be gone when this returns.
+    if (isDying && !hadLeft)
         DyingEncoders::adopt(this);
-    return state() == NotRunning;
+    return !isDying;
 }
 
 // For where QProcess may be at work further up.

@@ -2,11 +2,14 @@
 // The program has a folder of its own, with the encoders that a scenario puts there.
 #include <QDeadlineTimer>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QThread>
 
 #include <atomic>
+#include <latch>
 #include <thread>
+#include <vector>
 
 #ifdef Q_OS_UNIX
 #include <cerrno>
@@ -114,8 +117,9 @@ constexpr int kCrashCode = 3;
 #else
 constexpr int kCrashCode = SIGTERM;
 #endif
-static std::atomic<bool> encodersDieLate = false;
 static std::atomic<bool> filesAreUnknown = false;
+// For how long encoders live on that this thread kills.
+static thread_local std::chrono::microseconds lastBreath{0};
 
 #ifdef Q_OS_UNIX
 // Both stand before the C library's; the first cannot have the name of a structure.
@@ -132,13 +136,24 @@ extern "C" __attribute__((visibility("default"))) int toldStat(const char* path,
 extern "C" __attribute__((visibility("default"))) int kill(pid_t process, int signal)
 {
     static const auto original = reinterpret_cast<int (*)(pid_t, int)>(dlsym(RTLD_NEXT, "kill"));
-    if (signal != SIGKILL || !encodersDieLate)
+    if (signal != SIGKILL || lastBreath.count() == 0)
         return original(process, signal);
-    std::thread([process] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    std::thread([process, length = lastBreath] {
+        std::this_thread::sleep_for(length);
         original(process, SIGKILL);
     }).detach();
     return 0;
+}
+
+// Behind Qt's own: who gives a dying encoder's process to another thread loses the processor to that one.
+extern "C" void moveToThread(QObject*, QThread*) __asm__("_ZN7QObject12moveToThreadEP7QThread");
+extern "C" __attribute__((visibility("default"))) void moveToThread(QObject* object, QThread* thread)
+{
+    static const auto original = reinterpret_cast<void (*)(QObject*, QThread*)>(
+        dlsym(RTLD_NEXT, "_ZN7QObject12moveToThreadEP7QThread"));
+    original(object, thread);
+    if (lastBreath.count() > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 #endif
 
@@ -224,7 +239,7 @@ class TaskScenariosTest : public TaskTest
         else if (key == u"open")
             fake->open();
         else if (key == u"late")
-            encodersDieLate = true;
+            lastBreath = std::chrono::milliseconds(700);
         else if (key == u"untellable")
             filesAreUnknown = true;
         else if (key == u"stage")
@@ -362,7 +377,8 @@ private slots:
     void scenarios()
     {
         const auto tidy = qScopeGuard([this] {
-            encodersDieLate = filesAreUnknown = false;
+            lastBreath = {};
+            filesAreUnknown = false;
             TestSystem::limitFiles({});
             mProbe.reset();
         });
@@ -382,7 +398,6 @@ private slots:
     void threadEndsFirst_data() { eachKind(); }
     void threadEndsFirst()
     {
-        const auto tidy = qScopeGuard([] { encodersDieLate = false; });
         QVERIFY(stage(u"works"_s));
         fake->hang();
         const std::unique_ptr<QThread> thread(QThread::create([this] {
@@ -396,6 +411,42 @@ private slots:
         mProbe.reset();
         QVERIFY(!soon.hasExpired());
         QTRY_VERIFY(!QFile::exists(output()));
+    }
+
+    // Before, at and after the moment at which they are given up: tasks in threads of their own, each with another.
+    void diesAtTheLimit_data() { eachKind({"start", "stop", "release"}, Webp, Video); }
+    void diesAtTheLimit()
+    {
+        if (const char* const reason = TestSystem::reasonAgainst({u"late"_s}))
+            QSKIP(reason);
+        static constexpr int kTasks = 11;
+        static constexpr std::chrono::microseconds kEarliest{498000}, kStep{500};
+        QVERIFY(stage(u"works"_s));
+        fake->hang();
+        std::atomic<int> bad = 0;
+        std::latch allWritten{1};
+        const auto runOne = [&](int number) {
+            TaskProbe probe(kind(), source(), folder->path(withSuffix(QString::number(number))));
+            bad += probe.begin() ? 0 : 1;
+            allWritten.wait();
+            lastBreath = kEarliest + number * kStep;
+            if (testCase() == "start")
+                bad += probe.begin() ? 0 : 1;
+            else if (testCase() == "stop")
+                probe.task->stop();
+            if (testCase() == "stop")
+                bad += probe.ends() && probe.finish() == kind().told(FinishCode::kStopped) ? 0 : 1;
+            probe.task.reset();
+        };
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (int number = 0; number < kTasks; ++number)
+            threads.emplace_back(QThread::create(runOne, number))->start();
+        QVERIFY(waitBlindly([this] { return fake->writtenCount() == kTasks; }));
+        allWritten.count_down();
+        for (const auto& thread : threads)
+            QVERIFY(thread->wait(60000));
+        QCOMPARE(bad, 0);
+        QTRY_COMPARE(folder->leftovers(QString()).filter(QRegularExpression(u"^[0-9]"_s)), QStringList());
     }
 
     // Of a sample progress is queued: it may come behind the finish, or in the next run.
