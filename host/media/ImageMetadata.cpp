@@ -61,7 +61,7 @@ QByteArray completed(const MetadataAnswer& answer, const MediaFacts& result)
     case MediaFormat::Png:
         return withPngChunks(answer.result, answer.iccProfile, answer.exif);
     case MediaFormat::WebP:
-        return withWebpProfile(answer.result, answer.iccProfile, result.size, result.hasAlpha);
+        return withWebpProfile(answer.result, answer.iccProfile, result);
     default:
         return answer.result;
     }

@@ -3,6 +3,7 @@
 #include <exiv2/exiv2.hpp>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -21,10 +22,38 @@ const Exiv2::byte* bytesOf(const QByteArray& bytes)
     return reinterpret_cast<const Exiv2::byte*>(bytes.constData());
 }
 
+// What 0.28 of exiv2 names and owns in another way than 0.27.
+#if EXIV2_TEST_VERSION(0, 28, 0)
+QByteArray bytesFrom(const Exiv2::DataBuf& buffer)
+{
+    return QByteArray(reinterpret_cast<const char*>(buffer.c_data()), qsizetype(buffer.size()));
+}
+
+QByteArray profileOf(const Exiv2::Image& image)
+{
+    return bytesFrom(image.iccProfile());
+}
+
+void setProfile(Exiv2::Image& image, Exiv2::DataBuf profile)
+{
+    image.setIccProfile(std::move(profile));
+}
+#else
 QByteArray bytesFrom(const Exiv2::DataBuf& buffer)
 {
     return QByteArray(reinterpret_cast<const char*>(buffer.pData_), buffer.size_);
 }
+
+QByteArray profileOf(Exiv2::Image& image)
+{
+    return bytesFrom(*image.iccProfile());
+}
+
+void setProfile(Exiv2::Image& image, Exiv2::DataBuf profile)
+{
+    image.setIccProfile(profile);
+}
+#endif
 
 // In memory: exiv2 then has no file that it could write to.
 std::unique_ptr<Exiv2::Image> openImage(const QByteArray& bytes)
@@ -38,10 +67,7 @@ std::unique_ptr<Exiv2::Image> openImage(const QByteArray& bytes)
 Metadata metadataOf(const QByteArray& bytes)
 {
     const auto image = openImage(bytes);
-    Metadata metadata{image->exifData(), image->xmpData(), image->iptcData(), {}};
-    if (image->iccProfileDefined())
-        metadata.iccProfile = bytesFrom(*image->iccProfile());
-    return metadata;
+    return {image->exifData(), image->xmpData(), image->iptcData(), profileOf(*image)};
 }
 
 // What was true of the source's pixels and is not of the result's.
@@ -61,7 +87,7 @@ void adapt(Metadata& metadata, const MetadataRequest& request)
         metadata.iccProfile.clear();
 }
 
-QByteArray encodedExif(const Exiv2::ExifData& exif)
+QByteArray encodedExif(Exiv2::ExifData& exif)
 {
     if (exif.empty())
         return {};
@@ -82,10 +108,8 @@ QByteArray written(const Metadata& metadata, const MetadataRequest& request)
     // A profile that exiv2 has read of another format it would write again in its own way.
     if (!request.isJpeg && image->iccProfileDefined())
         image->clearIccProfile();
-    if (request.isJpeg && !metadata.iccProfile.isEmpty()) {
-        Exiv2::DataBuf profile(bytesOf(metadata.iccProfile), long(metadata.iccProfile.size()));
-        image->setIccProfile(profile);
-    }
+    if (request.isJpeg && !metadata.iccProfile.isEmpty())
+        setProfile(*image, Exiv2::DataBuf(bytesOf(metadata.iccProfile), long(metadata.iccProfile.size())));
     image->writeMetadata();
 
     Exiv2::BasicIo& io = image->io();

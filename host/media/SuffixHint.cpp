@@ -1,52 +1,29 @@
 #include "host/media/SuffixHint.h"
 
-#include <QList>
-
 #include <algorithm>
-#include <numeric>
 
 namespace {
 
-// The letters to be put in, left out or replaced to get from one text to the other.
-int editDistance(const QString& from, const QString& to)
+// One character is put in, left out or replaced.
+bool isSlip(const QString& typed, const QString& meant)
 {
-    QList<int> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (qsizetype i = 0; i < from.size(); ++i) {
-        int diagonal = std::exchange(row[0], int(i) + 1);
-        for (qsizetype j = 0; j < to.size(); ++j) {
-            const int replaced = diagonal + (from[i] != to[j]);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
-// Swapped letters are two edits, and the likeliest slip.
-bool isSwapped(const QString& from, const QString& to)
-{
-    QString a = from;
-    QString b = to;
-    std::sort(a.begin(), a.end());
-    std::sort(b.begin(), b.end());
-    return a == b;
+    const auto [shorter, longer] = std::minmax({typed.size(), meant.size()});
+    const auto head = std::mismatch(typed.begin(), typed.end(), meant.begin(), meant.end()).first;
+    const auto tail = std::mismatch(typed.rbegin(), typed.rend(), meant.rbegin(), meant.rend()).first;
+    const qsizetype same = (head - typed.begin()) + (tail - typed.rbegin());
+    return longer - std::min(same, shorter) <= 1;
 }
 
 } // namespace
 
 QString suggestSuffix(const QString& typed, const QStringList& known)
 {
-    QString best;
-    int bestDistance = 2;
-    for (const QString& suffix : known) {
-        const QString wanted = typed.toLower();
-        const int distance = isSwapped(wanted, suffix) ? 0 : editDistance(wanted, suffix);
-        // Slips at the first letter are rare, other kinds of files that differ in it are not.
-        if (wanted.startsWith(suffix[0]) && distance < bestDistance) {
-            best = suffix;
-            bestDistance = distance;
-        }
-    }
-    return best;
+    const QString wanted = typed.toLower();
+    const auto found = std::find_if(known.begin(), known.end(), [&wanted](const QString& suffix) {
+        const bool isSwapped =
+            std::is_permutation(wanted.begin(), wanted.end(), suffix.begin(), suffix.end());
+        // Slips at the first character are rare, other kinds of files that differ in it are not.
+        return wanted.startsWith(suffix[0]) && (isSwapped || isSlip(wanted, suffix));
+    });
+    return found != known.end() ? *found : QString();
 }
