@@ -6,7 +6,7 @@
 #include "host/doctor/Doctor.h"
 #include "host/output/Reporter.h"
 #include "host/report/ReportCommand.h"
-#include "host/run/BatchRun.h"
+#include "host/run/Batch.h"
 #include "host/system/Platform.h"
 
 using namespace Qt::StringLiterals;
@@ -40,5 +40,5 @@ int main(int argc, char** argv)
         return answer(*std::get_if<NoJob>(&parsed), arguments.contains("--json"_L1));
     const std::unique_ptr<JobEvents> reporter = makeReporter(*options);
     const ModuleLog log(*options, *reporter);
-    return BatchRun(*options, *reporter).exec();
+    return runBatch(*options, *reporter);
 }

@@ -7,7 +7,7 @@
 
 #include "host/job/JobSpec.h"
 
-/// Why a job made no result. Data: the words for people are made in report/FailureText.
+/// Why a job made no result. Data: the words for people are made in output/FailureText.
 enum class FailureKind
 {
     None,
@@ -78,32 +78,37 @@ struct SizeRange
 
 enum class Outcome
 {
-    Delivered, ///< a smaller file, or a larger one of another kind (bytesAfter tells)
+    Delivered, ///< a smaller file, or a video that may be larger (bytesAfter tells)
     Kept,      ///< the source is as good: a copy of it was delivered, or in place nothing changed
-    NotWorth,  ///< another kind would save too little: nothing was delivered
+    NotWorth,  ///< another kind would be larger, or save too little: nothing was delivered
     Skipped,   ///< the output existed and was to be skipped
     Predicted, ///< a dry run: bytesAfter is true, nothing was delivered
     Estimated, ///< `estimate` is set, nothing was delivered
     Failed,    ///< `failure` says why
 };
 
+/// What came of the encoder's work on a job.
+struct EncodeResult
+{
+    Failure failure;                 ///< none: there is a result, or `estimate` is set
+    int runs = 0;                    ///< how often the encoder ran for it
+    std::optional<int> quality = {}; ///< the encoder's number of the delivered run, where it was searched
+    std::optional<double> ssim = {}; ///< the result against the source, where it was measured
+    std::optional<SizeRange> estimate = {}; ///< bytes
+};
+
 /// What came of a job.
-struct JobResult
+struct JobResult : EncodeResult
 {
     JobSpec spec;
-    Outcome outcome = Outcome::Failed;
-    Failure failure;
+    Outcome outcome = Outcome::Failed; ///< `failure` says why
     QList<Warning> warnings;
     qint64 bytesBefore = 0;
     qint64 bytesAfter = 0;
     qint64 bytesMade = 0; ///< by the encoder, also where that was not delivered
     qint64 elapsedMs = 0;
-    int runs = 0;                      ///< how often the encoder ran for it
-    std::optional<int> quality;        ///< the encoder's number of the delivered run, where it was searched
-    std::optional<double> ssim;        ///< the result against the source, where it was measured
-    std::optional<SizeRange> estimate; ///< bytes
-    qint64 videoMs = 0;                ///< the source's length, where it is known
-    QString keptAt;                    ///< a result that could not take its place lies here
+    qint64 videoMs = 0; ///< the source's length, where it is known
+    QString keptAt;     ///< a result that could not take its place lies here
 
     bool isInterrupted() const { return failure.kind == FailureKind::Interrupted; }
 };

@@ -50,7 +50,7 @@ struct Options
     bool dryRun = false;
 
     // How it runs.
-    int jobs = 0; ///< 0: as many as the cores bear
+    int jobs = 0; ///< 0: as many as the cores have room for
     int nice = 0;
     int timeoutSecs = 0; ///< of one job; 0: none
 

@@ -16,7 +16,7 @@ struct EncodeRequest
     QString outputPath; ///< the same; its suffix chooses the encoder. No file is there yet
     QString quality;    ///< on the encoder's scale, or a percentage of the input's size
     bool isPercentage = false;
-    QString scale;         ///< "1", "2" or "4"; empty leaves the image's size alone
+    QString scale = {};    ///< "1", "2" or "4"; empty leaves the image's size alone
     bool isSample = false; ///< videos only: the first 15 seconds
 };
 

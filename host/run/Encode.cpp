@@ -1,13 +1,190 @@
 #include "host/run/Encode.h"
 
-#include "host/job/Options.h"
+#include <QFileInfo>
 
-EncodeRequest Encode::request(int quality) const
+#include "host/search/GoalSearch.h"
+#include "host/search/VideoEstimate.h"
+#include "host/system/NativePath.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The one run that makes the result, unless a search tries other settings.
+EncodeRequest requestOf(const Options& options, const JobFiles& files)
 {
-    return {mContext.sourcePath,
-            mContext.resultPath,
-            QString::number(quality),
-            false,
-            mContext.spec.format->isVideo() ? mContext.options.scale : QString(),
-            false};
+    const Format& format = *files.spec().format;
+    EncodeRequest request{files.sourcePath(), files.resultPath(),
+                          QString::number(qualityFor(options, format))};
+    if (!format.isVideo())
+        return request;
+    request.scale = options.scale;
+    if (options.size) {
+        const qint64 before = files.source().bytes;
+        request.isPercentage = true;
+        request.quality =
+            QString::number(100.0 * double(options.size->bytesFor(before)) / double(before), 'f', 3);
+    }
+    return request;
+}
+
+} // namespace
+
+Encode::Encode(const JobContext& context, const JobFiles& files)
+    : mContext(context), mFiles(files), mRequest(requestOf(context.options, files))
+{
+}
+
+Encode::~Encode() = default;
+
+void Encode::start()
+{
+    const Options& options = mContext.options;
+    // An image's size beforehand is that of its encode.
+    if (options.estimate && mFiles.spec().format->isVideo())
+        estimate();
+    else if (options.size || options.minSsim)
+        search();
+    else
+        runOnce();
+}
+
+void Encode::stop()
+{
+    if (mRun)
+        mRun->stop();
+    if (mSearch)
+        mSearch->stop();
+    if (mEstimate)
+        mEstimate->stop();
+}
+
+void Encode::runOnce()
+{
+    mRun = mContext.makeRun(mRequest);
+    connect(mRun.get(), &ModuleRun::progressed, this, &Encode::progressed);
+    connect(mRun.get(), &ModuleRun::ended, this,
+            [this](const Failure& failure) { end({.failure = failure, .runs = 1}); });
+    mRun->start();
+}
+
+void Encode::search()
+{
+    const Options& options = mContext.options;
+    const Format& format = *mFiles.spec().format;
+    const QFileInfo result(mRequest.outputPath);
+    mTarget = {.inputPath = mRequest.inputPath,
+               .suffix = result.suffix(),
+               .scale = mRequest.scale,
+               .isVideo = format.isVideo(),
+               .quality = qualityFor(options, format),
+               .copyCounts = Formats::looksLike(format, mRequest.inputPath),
+               .size = options.size,
+               .minSsim = options.minSsim};
+    // Beside the result, whose folder is private: the chosen one is renamed.
+    const auto newPath = [result, tries = 0](const QString& suffix) mutable {
+        return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(), QString::number(++tries),
+                                    suffix);
+    };
+    mSearch = std::make_unique<GoalSearch>(mTarget, mContext.makeRun, newPath);
+    connect(mSearch.get(), &GoalSearch::runBegan, this, [this](int number, int atMost) {
+        mRunNumber = number;
+        mMostRuns = atMost;
+    });
+    connect(mSearch.get(), &GoalSearch::progressed, this,
+            [this](float share) { emit progressed((mRunNumber - 1 + double(share)) / mMostRuns); });
+    connect(mSearch.get(), &GoalSearch::ended, this, &Encode::onSearched);
+    mSearch->start();
+}
+
+void Encode::onSearched(const GoalOutcome& outcome)
+{
+    EncodeResult result;
+    result.runs = int(outcome.trials.size());
+    if (outcome.chosen >= 0) {
+        const Trial& chosen = outcome.trials[outcome.chosen];
+        // Of a video with a requested size the setting is a share, and no quality.
+        if (!mRequest.isPercentage)
+            result.quality = qRound(chosen.setting);
+        if (chosen.ssim >= 0)
+            result.ssim = chosen.ssim;
+    }
+    switch (outcome.kind) {
+    case GoalOutcome::Met: {
+        // An encoder that ended well without a file: the check finds none either, and says so.
+        if (!QFileInfo::exists(outcome.path))
+            break;
+        const QString error = Platform::rename(outcome.path, mRequest.outputPath, false);
+        if (!error.isEmpty())
+            result.failure = {FailureKind::DeliveryFailed, error};
+        break;
+    }
+    case GoalOutcome::NotMet:
+        result.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
+        break;
+    case GoalOutcome::RunFailed:
+        // Every run may have ended well with a copy of the source, which is no result of another kind.
+        result.failure = outcome.failure
+                             ? outcome.failure
+                             : Failure{FailureKind::AimUnreached, u"nothing smaller than the source"_s};
+        break;
+    case GoalOutcome::MeasureFailed:
+        result.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
+        break;
+    case GoalOutcome::Stopped:
+        result.failure = {FailureKind::Interrupted};
+        break;
+    }
+    end(result);
+}
+
+void Encode::estimate()
+{
+    PrivateFolder& folder = mContext.temporaryFolder;
+    mEstimate = std::make_unique<VideoEstimate>(
+        mRequest, mContext.makeRun, [&folder](const QString& suffix) { return folder.newPath(suffix); });
+    connect(mEstimate.get(), &VideoEstimate::progressed, this, &Encode::progressed);
+    connect(mEstimate.get(), &VideoEstimate::ended, this, &Encode::onEstimated);
+    mEstimate->start();
+}
+
+void Encode::onEstimated(const EstimateOutcome& outcome)
+{
+    EncodeResult result;
+    result.runs = int(outcome.samples.size());
+    SizeRange range{outcome.range.low, outcome.range.high};
+    switch (outcome.kind) {
+    case EstimateOutcome::Estimated:
+        // A first encode that misses the requested size is not the last.
+        if (const auto& size = mContext.options.size) {
+            const qint64 goal = size->bytesFor(mFiles.source().bytes);
+            range = {qMin(range.low, qint64(SizeGoal::kLowestShare * double(goal))), qMin(range.high, goal)};
+        }
+        result.estimate = range;
+        break;
+    case EstimateOutcome::UnknownLength:
+        result.failure = {
+            FailureKind::MeasureFailed,
+            u"its length is not known; a minute of it becomes %1 to %2 bytes"_s.arg(range.low).arg(
+                range.high)};
+        break;
+    case EstimateOutcome::RunFailed:
+        result.failure = outcome.failure;
+        break;
+    case EstimateOutcome::NoSample:
+        result.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};
+        break;
+    case EstimateOutcome::Stopped:
+        result.failure = {FailureKind::Interrupted};
+        break;
+    }
+    end(result);
+}
+
+void Encode::end(EncodeResult result)
+{
+    // Not the encoder's fault, whatever it has said.
+    if (!Platform::factsOf(NativePath::folder(mRequest.outputPath)))
+        result.failure = {FailureKind::DeliveryFailed, u"its folder is gone"_s};
+    emit ended(result);
 }

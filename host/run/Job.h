@@ -4,37 +4,23 @@
 #include <QObject>
 #include <QTimer>
 
-#include <functional>
 #include <memory>
 
-#include "host/run/Delivery.h"
+#include "host/run/Deliver.h"
 #include "host/run/Encode.h"
-#include "host/run/ResultCheck.h"
 
-/// What all jobs of a run share. It outlives them.
-struct JobContext
-{
-    const Options& options;
-    MakeRun makeRun;
-    PrivateFolder& temporaryFolder;
-    StagingFolders& stagingFolders;
-    /// Whether the user has asked for an end, also when nobody has told the jobs yet.
-    std::function<bool()> isEnding;
-};
-
-/// One input and one output: looks at the source, has it encoded, judges what came, delivers it.
+/// One input and one output: looks at the source, has it encoded, checks what came, delivers it.
 ///
 /// Lives in the main thread. Every start() ends in exactly one ended(), which may come inside of it. No other
-/// signal follows. Letting it go ends its encoder and leaves nothing behind.
+/// signal follows. Deleting it ends its encoder and leaves nothing behind.
 class Job : public QObject
 {
     Q_OBJECT
 
 public:
     Job(const JobContext& context, const JobSpec& spec);
-    ~Job() override;
 
-    const JobSpec& spec() const { return mSpec; }
+    const JobSpec& spec() const { return mFiles.spec(); }
 
     void start();
     /// Ends the job early: it then counts as interrupted, however the encode ended.
@@ -49,41 +35,30 @@ signals:
 private:
     void stop(FailureKind reason);
     bool isStopped();
-    bool isSourceChanged() const;
-    bool mayTakeDamaged() const;
-    Failure statSource();
-    Failure reachFiles();
-    QString plainPath(const QString& path, const QString& linkSuffix);
-    QString linkTo(const QString& path, const QString& linkSuffix);
-    void onLooked(const SourceView& view);
-    void beginEncode();
-    void onEncoded(const EncodeEnd& end);
-    void onChecked(const ResultView& view);
-    void decide();
-    void deliverCopy();
-    void deliver(Outcome outcome);
-    void predict();
+    void onLooked(const LookResult& result);
+    void onProgress(double share);
+    void onEncoded(const EncodeResult& result);
+    void onChecked(const CheckResult& result);
+    void onDelivered(const DeliverResult& result);
     void fail(const Failure& failure);
-    void noteFullDisk();
     void end(Outcome outcome);
 
     const JobContext& mContext;
-    JobSpec mSpec;
     JobResult mResult;
     QElapsedTimer mClock;
-    Platform::FileFacts mSource;
-    std::optional<Delivery> mDelivery;
-    QStringList mLinks;  ///< in the temporary folder, for paths that not every tool can carry
-    QString mSourcePath; ///< such a path, or the source's own
-    QString mResultPath;
-    // One after the other; a later one exists only once the earlier has ended.
-    std::unique_ptr<SourceLook> mLook;
-    std::unique_ptr<Encode> mEncode;
-    std::unique_ptr<ResultCheck> mCheck;
-    SourceView mView;
-    QList<Warning> mLosses;
     QTimer mTimeout;
     FailureKind mStopReason = FailureKind::None;
     double mShare = 0;
+    bool mMayTakeDamaged = false;
     bool mHasEnded = false;
+
+    // The stages. A later one begins once the earlier has ended, and goes first: it may still write where an
+    // earlier one cleans up. Delivery comes last, and yet it has the folder that the encoder writes into.
+    JobFiles mFiles;
+    Deliver mDeliver;
+    LookResult mSource;
+    QList<Warning> mLosses;
+    std::unique_ptr<Look> mLook;
+    std::unique_ptr<Encode> mEncode;
+    std::unique_ptr<Check> mCheck;
 };

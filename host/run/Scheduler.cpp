@@ -1,55 +1,47 @@
 #include "host/run/Scheduler.h"
 
+#include <QThread>
+
 #include <algorithm>
 
+#include "host/job/ExitStatus.h"
 #include "host/system/NativePath.h"
 
 namespace {
 
-// How far images may be looked for behind a video that waits.
+// How many inputs ahead images are looked for while a video waits.
 constexpr size_t kLookAhead = 64;
 // How many results may wait for an earlier input's before no further job begins.
 constexpr size_t kMaxWaiting = 10000;
-// How many inputs without a job are told of before the event loop turns.
+// How many inputs are begun before the event loop turns.
 constexpr int kAtOnce = 256;
-
-bool isInstallationsFault(FailureKind kind)
-{
-    return kind == FailureKind::EncoderMissing || kind == FailureKind::LibraryMissing;
-}
 
 } // namespace
 
-Scheduler::Scheduler(const JobContext& context, Plan& plan, JobEvents& events, Slots freeSlots)
-    : mContext(context), mPlan(plan), mEvents(events), mSlots(freeSlots)
+Scheduler::Scheduler(const JobContext& context, Plan& plan, JobEvents& events)
+    : mContext(context), mPlan(plan), mEvents(events),
+      mSlots(QThread::idealThreadCount(), context.options.jobs)
 {
     mSummary.files = plan.files();
     mSummary.passedOver = plan.passedOver();
 }
 
-Scheduler::~Scheduler() = default;
-
-void Scheduler::start()
-{
-    fill();
-}
-
 void Scheduler::stop()
 {
-    if (std::exchange(mStopping, true))
+    if (std::exchange(mIsStopping, true))
         return;
     mQueue.clear();
     mPlanIsDone = true;
     mEvents.stopping(int(mRunning.size()));
     for (const auto& [index, job] : mRunning)
         job->stop();
-    tellWaiting();
-    fill();
+    reportWaiting();
+    startLater();
 }
 
-void Scheduler::fill()
+void Scheduler::start()
 {
-    mIsFillPosted = false;
+    mIsStartPosted = false;
     for (int begun = 0; begun < kAtOnce; ++begun) {
         if (!startNext()) {
             if (mRunning.empty() && mQueue.empty() && mPlanIsDone)
@@ -57,8 +49,13 @@ void Scheduler::fill()
             return;
         }
     }
-    mIsFillPosted = true;
-    QMetaObject::invokeMethod(this, &Scheduler::fill, Qt::QueuedConnection);
+    startLater();
+}
+
+void Scheduler::startLater()
+{
+    if (!std::exchange(mIsStartPosted, true))
+        QMetaObject::invokeMethod(this, &Scheduler::start, Qt::QueuedConnection);
 }
 
 // False when nothing more can be begun now.
@@ -76,9 +73,8 @@ bool Scheduler::startNext()
         return job.failure || job.isExcess || mSlots.hasRoomFor(job.spec.format->isVideo());
     };
     auto next = mQueue.begin();
-    if (next != mQueue.end() && !fits(*next)) {
-        next = mSlots.mayOvertake() ? std::find_if(mQueue.begin(), mQueue.end(), fits) : mQueue.end();
-    }
+    if (next != mQueue.end() && !fits(*next))
+        next = mSlots.mayOvertake() ? std::find_if(next, mQueue.end(), fits) : mQueue.end();
     if (next == mQueue.end())
         return false;
     const PlannedJob job = std::move(*next);
@@ -87,7 +83,7 @@ bool Scheduler::startNext()
         run(job.spec);
         return true;
     }
-    // Whoever was killed may have left all to others but this.
+    // No job of this run may open that folder, and yet a killed run may have left something there.
     if (job.isExcess)
         mContext.stagingFolders.sweep(NativePath::folder(NativePath::absolute(job.spec.outputPath)));
     JobResult result;
@@ -123,8 +119,7 @@ void Scheduler::onEnded(Job* job, const JobResult& result)
     mRunning.erase(found);
     job->disconnect(this);
     settle(result);
-    if (!std::exchange(mIsFillPosted, true))
-        QMetaObject::invokeMethod(this, &Scheduler::fill, Qt::QueuedConnection);
+    startLater();
 }
 
 void Scheduler::settle(const JobResult& result)
@@ -132,16 +127,17 @@ void Scheduler::settle(const JobResult& result)
     mEvents.settled(result);
     count(result);
     mWaiting.emplace(result.spec.index, result);
-    tellWaiting();
+    reportWaiting();
 }
 
-void Scheduler::tellWaiting()
+void Scheduler::reportWaiting()
 {
     // Once the run is being ended, inputs before it may never have begun.
-    for (auto first = mWaiting.begin(); first != mWaiting.end() && (first->first == mNextToTell || mStopping);
+    for (auto first = mWaiting.begin();
+         first != mWaiting.end() && (first->first == mNextToReport || mIsStopping);
          first = mWaiting.begin()) {
         mEvents.ended(first->second);
-        mNextToTell = first->first + 1;
+        mNextToReport = first->first + 1;
         mWaiting.erase(first);
     }
 }
@@ -150,9 +146,14 @@ void Scheduler::count(const JobResult& result)
 {
     switch (result.outcome) {
     case Outcome::Failed:
-        mHasMissed = mHasMissed || isInstallationsFault(result.failure.kind);
-        mIsRefused = mSummary.files == 1 && isBeforeBegin(result.failure.kind);
         ++mSummary.failed;
+        if (result.failure.kind == FailureKind::EncoderMissing ||
+            result.failure.kind == FailureKind::LibraryMissing)
+            mSummary.status = kEncoderMissing;
+        else if (mSummary.files == 1 && isBeforeBegin(result.failure.kind))
+            mSummary.status = kUsage;
+        else if (mSummary.status == kDelivered)
+            mSummary.status = kJobFailed;
         return;
     case Outcome::Skipped:
         ++mSummary.skipped;

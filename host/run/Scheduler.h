@@ -10,39 +10,34 @@
 #include "host/run/Job.h"
 #include "host/run/Slots.h"
 
-/// Runs the jobs of a plan side by side and tells of them, their ends in the order of the inputs. Holds a
+/// Runs the jobs of a plan side by side and reports them, their ends in the order of the inputs. Holds a
 /// bounded part of the plan at a time, however long it is.
 class Scheduler : public QObject
 {
     Q_OBJECT
 
 public:
-    Scheduler(const JobContext& context, Plan& plan, JobEvents& events, Slots freeSlots);
-    ~Scheduler() override;
+    Scheduler(const JobContext& context, Plan& plan, JobEvents& events);
 
+    /// Begins as many jobs as there is room for, now and whenever one has ended.
     void start();
     /// Ends the running jobs and begins no other.
     void stop();
-    /// Lets everything go at once, without a further event.
-    void abandon() { mRunning.clear(); }
 
+    /// What has been done so far, with the status that a run has that ends so; without its time.
     const RunSummary& summary() const { return mSummary; }
-    /// The first failure that says that the installation is not whole, if any.
-    bool hasMissed() const { return mHasMissed; }
-    /// Whether nothing was begun, since the only input or its output cannot be used.
-    bool isRefused() const { return mIsRefused; }
 
 signals:
     /// All that was begun has ended.
     void done();
 
 private:
-    void fill();
+    void startLater();
     bool startNext();
     void run(const JobSpec& spec);
     void onEnded(Job* job, const JobResult& result);
     void settle(const JobResult& result);
-    void tellWaiting();
+    void reportWaiting();
     void count(const JobResult& result);
 
     const JobContext& mContext;
@@ -51,12 +46,10 @@ private:
     Slots mSlots;
     std::deque<PlannedJob> mQueue;
     bool mPlanIsDone = false;
-    bool mStopping = false;
-    bool mIsFillPosted = false;
+    bool mIsStopping = false;
+    bool mIsStartPosted = false;
     std::map<qint64, std::unique_ptr<Job>> mRunning;
     std::map<qint64, JobResult> mWaiting; ///< ended before an earlier input
-    qint64 mNextToTell = 0;
+    qint64 mNextToReport = 0;
     RunSummary mSummary;
-    bool mHasMissed = false;
-    bool mIsRefused = false;
 };

@@ -9,7 +9,7 @@
 class Slots
 {
 public:
-    /// `requested`: so many jobs of any kind, or 0 for what the cores bear.
+    /// `requested`: so many jobs of any kind, or 0 for as many as the cores have room for.
     Slots(int cores, int requested);
 
     bool hasRoomFor(bool isVideo) const
@@ -22,7 +22,6 @@ public:
     bool mayOvertake() const;
     void take(bool isVideo) { count(isVideo, 1); }
     void free(bool isVideo) { count(isVideo, -1); }
-    bool isIdle() const { return mUsed == 0; }
 
 private:
     int weightOf(bool isVideo) const { return isVideo ? mVideoWeight : 1; }

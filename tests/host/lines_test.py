@@ -104,11 +104,12 @@ class Lines(Place):
         run = self.run_host("small.jpg", "same.jpg", "-q", "100")
         self.assertIn("unchanged", run.out)
         self.assertEqual(self.read("same.jpg"), self.read("small.jpg"))
-        # Of another kind there is no source to fall back on: an image under its name, larger as it is.
+        # Of another kind there is no source to fall back on, and it takes one encode to know.
         ffmpeg("-f", "lavfi", "-i", "color=red:s=64x64", "-frames:v", "1", os.fsdecode(self.at("dot.png")))
-        self.assertIn("larger", self.run_host("dot.png", "dot.jpg").out)
-        self.assertEqual(self.read("dot.jpg")[:2], b"\xff\xd8")
-        self.assertIn("not delivered", self.run_host("dot.png", "dot2.jpg", "--min-savings", "1").out)
+        before = self.contents()
+        for flags in ([], ["--min-savings", "1"], ["--keep-metadata"], ["-n"], ["--estimate"]):
+            self.assertIn("not delivered: it would have grown", self.run_host("dot.png", "dot.jpg", *flags).out)
+            self.assertEqual(self.contents(), before)
         self.video("video.mp4")
         self.run_host("video.mp4", "small.mp4", "-q", "45", "--quiet")
         for flags, grows in ([], False), (["--allow-larger", "-v"], True):

@@ -4,15 +4,15 @@
 
 #include <memory>
 
-#include "host/job/JobResult.h"
 #include "host/media/MediaFacts.h"
 #include "host/media/VideoFacts.h"
+#include "host/run/JobFiles.h"
 
 class VideoProbe;
 struct Options;
 
 /// What a job has to know of its source before the module sees it.
-struct SourceView
+struct LookResult
 {
     Failure failure; ///< none: the source can be encoded
     MediaFacts facts;
@@ -20,33 +20,32 @@ struct SourceView
     QList<Warning> warnings;
 };
 
-/// Looks into a source: whether it is what the output's encoder takes, and whole. Nothing but the file's own
-/// content decides.
+/// A job's first stage: whether the source is what the output's encoder takes, and whole. Nothing but the
+/// file's own content decides.
 ///
 /// Lives in the main thread and does its reading elsewhere. start() ends in exactly one ended(), from the
-/// event loop; letting it go ends the look without a signal.
-class SourceLook : public QObject
+/// event loop; deleting it ends the look without a signal.
+class Look : public QObject
 {
     Q_OBJECT
 
 public:
-    SourceLook(const Options& options, const JobSpec& spec, const QString& plainPath, bool mayTakeDamaged);
-    ~SourceLook() override;
+    Look(const Options& options, const JobFiles& files, bool mayTakeDamaged);
+    ~Look() override;
 
     void start();
 
 signals:
-    void ended(const SourceView& view);
+    void ended(const LookResult& result);
 
 private:
-    void onInspected(const SourceView& view);
+    void onInspected();
     void onProbed();
     void end(const Failure& failure);
 
     const Options& mOptions;
-    const JobSpec mSpec;
-    const QString mPlainPath; ///< that every tool can carry
+    const JobFiles& mFiles;
     const bool mMayTakeDamaged;
-    SourceView mView;
+    LookResult mResult;
     std::unique_ptr<VideoProbe> mProbe;
 };

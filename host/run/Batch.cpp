@@ -1,8 +1,7 @@
-#include "host/run/BatchRun.h"
+#include "host/run/Batch.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QThread>
 
 #include "host/job/ExitStatus.h"
 #include "host/module/TaskThread.h"
@@ -18,20 +17,20 @@ namespace {
 // What a shell makes of a program that a signal has ended.
 constexpr int kInterruptedBase = 128;
 
-int statusOf(const Scheduler& scheduler)
+// Reports the end. Returns the program's status.
+int finish(JobEvents& events, RunSummary summary, const QElapsedTimer& clock)
 {
-    if (const int signal = Platform::Interrupts::first())
-        return kInterruptedBase + signal;
-    if (scheduler.hasMissed())
-        return kEncoderMissing;
-    if (scheduler.isRefused())
-        return kUsage;
-    return scheduler.summary().failed > 0 ? kJobFailed : kDelivered;
+    summary.elapsedMs = clock.elapsed();
+    summary.signal = Platform::Interrupts::first();
+    if (summary.signal)
+        summary.status = kInterruptedBase + summary.signal;
+    events.finished(summary);
+    return summary.status;
 }
 
 } // namespace
 
-int BatchRun::exec()
+int runBatch(const Options& options, JobEvents& events)
 {
     QElapsedTimer clock;
     clock.start();
@@ -44,7 +43,7 @@ int BatchRun::exec()
             staging.removeAll();
             temporary->remove();
             if (running)
-                finish(*running, clock.elapsed());
+                finish(events, running->summary(), clock);
             Platform::leave(kInterruptedBase + Platform::Interrupts::first());
         }
         if (running)
@@ -54,47 +53,34 @@ int BatchRun::exec()
     const QString place = Platform::temporaryFolder();
     temporary.emplace(place, PrivateFolder::kTemporary);
     if (!temporary->isValid()) {
-        mEvents.refused(u"no temporary folder in %1: %2"_s.arg(shown(place), temporary->errorString()));
+        events.refused(u"no temporary folder in %1: %2"_s.arg(shown(place), temporary->errorString()));
         return kUsage;
     }
     PrivateFolder::sweep(place, PrivateFolder::kTemporary);
     // Before there is another thread: the module asks the system for the place when it needs it.
     Platform::setTemporaryFolder(temporary->path());
-    TaskThread tasks(mOptions.nice);
+    TaskThread tasks(options.nice);
     const auto makeRun = [&tasks](const EncodeRequest& request) {
         return std::make_unique<ModuleRun>(tasks, request);
     };
-    const JobContext context{mOptions, makeRun, *temporary, staging,
+    const JobContext context{options, makeRun, *temporary, staging,
                              [] { return Platform::Interrupts::first() != 0; }};
 
-    Plan plan(mOptions, *temporary);
+    Plan plan(options, *temporary);
     const QStringList errors = plan.make();
     if (const int signal = Platform::Interrupts::first())
         return kInterruptedBase + signal;
-    if (!errors.isEmpty()) {
-        for (const QString& error : errors)
-            mEvents.refused(error);
+    for (const QString& error : errors)
+        events.refused(error);
+    if (!errors.isEmpty())
         return kUsage;
-    }
-    mEvents.planned(plan.files(), plan.bytes());
-    Scheduler scheduler(context, plan, mEvents, Slots(QThread::idealThreadCount(), mOptions.jobs));
+    events.planned(plan.files(), plan.bytes());
+    Scheduler scheduler(context, plan, events);
     QObject::connect(
         &scheduler, &Scheduler::done, &scheduler, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
     running = &scheduler;
     QMetaObject::invokeMethod(&scheduler, &Scheduler::start, Qt::QueuedConnection);
     QCoreApplication::exec();
     running = nullptr;
-
-    return finish(scheduler, clock.elapsed());
-}
-
-// Tells the end. Returns the program's status.
-int BatchRun::finish(const Scheduler& scheduler, qint64 elapsedMs)
-{
-    RunSummary summary = scheduler.summary();
-    summary.elapsedMs = elapsedMs;
-    summary.signal = Platform::Interrupts::first();
-    summary.status = statusOf(scheduler);
-    mEvents.finished(summary);
-    return summary.status;
+    return finish(events, scheduler.summary(), clock);
 }

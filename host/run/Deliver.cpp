@@ -1,0 +1,166 @@
+#include "host/run/Deliver.h"
+
+#include "host/run/Background.h"
+#include "host/system/NativePath.h"
+
+using namespace Qt::StringLiterals;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Whether a copy of the source may go under the output's name.
+bool isSameKind(const JobFiles& files)
+{
+    const JobSpec& spec = files.spec();
+    if (!spec.format->isVideo())
+        return Formats::looksLike(*spec.format, files.sourcePath());
+    return NativePath::suffix(spec.inputPath)
+               .compare(NativePath::suffix(spec.outputPath), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+Deliver::~Deliver()
+{
+    std::error_code ignored;
+    if (!mStagedPath.isEmpty())
+        fs::remove(NativePath::toNative(mStagedPath), ignored);
+    mFolder.reset();
+    if (!mFinalPath.isEmpty())
+        mContext.stagingFolders.leave(NativePath::folder(mFinalPath), mIsDelivered);
+}
+
+Failure Deliver::prepare()
+{
+    const JobSpec& spec = mFiles.spec();
+    const QString suffix = NativePath::suffix(spec.outputPath);
+    if (mContext.options.deliversNothing()) {
+        mStagedPath = mContext.temporaryFolder.newPath(suffix);
+        return {};
+    }
+    mFinalPath = Platform::finalPath(spec.outputPath);
+    if (const Failure failure = checkPlace())
+        return failure;
+    // One file to one name: a folder that is not there is a mistake.
+    const bool isNamed = mContext.options.output == spec.outputPath;
+    const QString model = isNamed ? QString() : NativePath::folder(NativePath::absolute(spec.inputPath));
+    if (const Failure failure = mContext.stagingFolders.open(NativePath::folder(mFinalPath), model, mFolder))
+        return failure;
+    mStagedPath = mFolder->newPath(suffix);
+    return {};
+}
+
+Failure Deliver::checkPlace()
+{
+    const Options& options = mContext.options;
+    mExisting = Platform::factsOf(mFinalPath);
+    if (!mExisting) {
+        const QString folder = NativePath::folder(mFinalPath);
+        const auto name = NativePath::toNative(NativePath::fileName(mFinalPath));
+        const bool isTooLong =
+            Platform::factsOf(folder) && qint64(name.native().size()) > Platform::longestName(folder);
+        return isTooLong ? Failure{FailureKind::NameTooLong} : Failure();
+    }
+    if (mExisting->kind != Platform::FileFacts::Regular)
+        return {FailureKind::OutputNotRegular};
+    if (!options.force && !options.inPlace)
+        return {FailureKind::OutputExists};
+    if (mExisting->links > 1 && !options.breakLinks)
+        return {FailureKind::HardLinks, QString::number(mExisting->links)};
+    if (mFiles.spec().isInPlace && !Platform::canTakeOwner(*mExisting))
+        return {FailureKind::OwnerWouldChange};
+    return {};
+}
+
+void Deliver::start(const CheckResult& made)
+{
+    const Options& options = mContext.options;
+    const JobSpec& spec = mFiles.spec();
+    const qint64 before = mFiles.source().bytes;
+    const qint64 saved = before - made.bytes;
+    mResult.bytesAfter = made.bytes;
+    const bool mayKeep = spec.isInPlace || isSameKind(mFiles);
+    // Of another container there is no source to fall back on.
+    const bool mayGrow =
+        spec.format->isVideo() && options.minSavings == 0 && (options.allowLarger || !mayKeep);
+    if (saved > 0 ? double(saved) * 100 >= options.minSavings * double(before) : mayGrow)
+        return place(Outcome::Delivered);
+    if (!mayKeep) {
+        mResult.outcome = Outcome::NotWorth;
+        return end({});
+    }
+    mResult.bytesAfter = before;
+    if (made.isSource || spec.isInPlace || options.deliversNothing())
+        place(Outcome::Kept);
+    else
+        copySource();
+}
+
+void Deliver::copySource()
+{
+    std::error_code ignored;
+    fs::remove(NativePath::toNative(mFiles.resultPath()), ignored);
+    inBackground(
+        this, [from = mFiles.sourcePath(), to = mFiles.resultPath()] { return Platform::copy(from, to); },
+        [this](const QString& error) {
+            if (mIsStopped)
+                return end({FailureKind::Interrupted});
+            if (!error.isEmpty())
+                return end({FailureKind::DeliveryFailed, error});
+            place(Outcome::Kept);
+        });
+}
+
+void Deliver::place(Outcome outcome)
+{
+    const Options& options = mContext.options;
+    mResult.outcome = outcome;
+    if (options.deliversNothing())
+        mResult.outcome = options.estimate ? Outcome::Estimated : Outcome::Predicted;
+    // In place, the source is where it belongs.
+    const bool stays = options.deliversNothing() || (outcome == Outcome::Kept && mFiles.spec().isInPlace);
+    end(stays ? Failure() : move());
+}
+
+// With the mode, owner and dates that the result ought to have.
+Failure Deliver::move()
+{
+    const Options& options = mContext.options;
+    const JobSpec& spec = mFiles.spec();
+    // As it is now: somebody may have changed or removed it meanwhile.
+    if (mExisting)
+        mExisting = Platform::factsOf(mFinalPath);
+    if (mExisting && mExisting->links > 1 && !options.breakLinks)
+        return {FailureKind::DeliveryFailed, u"it has several names (hard links) by now"_s};
+    QString error = mExisting ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
+                              : Platform::makeAlike(spec.inputPath, mFiles.source(), mStagedPath, false);
+    if (error.isEmpty() && (spec.isInPlace || options.keepDates))
+        error = Platform::setTimes(mStagedPath, mFiles.source());
+    const bool mayReplace = options.force || options.inPlace;
+    if (error.isEmpty())
+        error = Platform::rename(mStagedPath, mFinalPath, mayReplace);
+    mIsDelivered = error.isEmpty();
+    if (mIsDelivered)
+        return {};
+    const bool isTaken = Platform::factsOf(mFinalPath).has_value();
+    // Before the work it was the user's mistake; now it is somebody else's doing.
+    if (isTaken && !mayReplace)
+        return options.skipExisting ? Failure{FailureKind::OutputExists}
+                                    : Failure{FailureKind::DeliveryFailed, u"it exists by now"_s};
+    // An hour's work is not thrown away because another program holds the target.
+    if (isTaken) {
+        const QString beside = NativePath::join(NativePath::folder(mFinalPath),
+                                                NativePath::baseName(mFinalPath) + u".vxcompress-result."_s +
+                                                    NativePath::suffix(mFinalPath));
+        if (Platform::rename(mStagedPath, beside, false).isEmpty())
+            mResult.keptAt = beside;
+    }
+    return {FailureKind::DeliveryFailed, error};
+}
+
+void Deliver::end(Failure failure)
+{
+    mResult.failure = std::move(failure);
+    emit ended(mResult);
+}
