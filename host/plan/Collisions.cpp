@@ -65,7 +65,7 @@ Collisions::Keys Collisions::keysOf(const Platform::FileFacts& inputFacts, const
     return keys;
 }
 
-void Collisions::note(const QString&, const Platform::FileFacts& inputFacts, const QString& output)
+void Collisions::note(const Platform::FileFacts& inputFacts, const QString& output)
 {
     const Keys keys = keysOf(inputFacts, output);
     mPlaces.push_back(keys.place);

@@ -16,7 +16,7 @@ class Collisions
 {
 public:
     /// The first pass. `output` is empty where nothing is delivered.
-    void note(const QString& input, const Platform::FileFacts& inputFacts, const QString& output);
+    void note(const Platform::FileFacts& inputFacts, const QString& output);
     /// Between the passes: whether there are suspects at all.
     bool hasSuspects();
     /// The second pass, over the same files.

@@ -1,13 +1,55 @@
 #include "host/plan/Plan.h"
 
 #include "host/plan/Collisions.h"
-#include "host/plan/OutputName.h"
 #include "host/system/NativePath.h"
 #include "host/system/PathText.h"
 #include "host/system/Platform.h"
 #include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// The requested suffix for a file of this name, or the file's own.
+QString outputSuffix(const Options& options, const QString& inputPath)
+{
+    QString own = NativePath::suffix(inputPath);
+    for (const QString& requested : options.formats) {
+        const Format* const format = Formats::ofSuffix(requested, options.anyContainer);
+        const bool isOther = format->isVideo() ? Formats::isImageName(own) : Formats::isVideoName(own);
+        if (!isOther)
+            return requested;
+    }
+    return own;
+}
+
+QString pathFor(const Options& options, const Input& input, bool isFolder)
+{
+    if (options.inPlace)
+        return input.path;
+    if (!options.output.isEmpty() && !isFolder)
+        return options.output;
+    const QString name =
+        NativePath::baseName(input.path) + options.suffix + u'.' + outputSuffix(options, input.path);
+    if (options.output.isEmpty())
+        return NativePath::join(NativePath::folder(input.path), name);
+    const QString below = NativePath::folder(input.relative);
+    const QString folder = below == u'.' ? options.output : NativePath::join(options.output, below);
+    return NativePath::join(folder, name);
+}
+
+QString numberMisfit(const Options& options, const Format& format)
+{
+    if (options.quality && *options.quality > format.quality.highest() && !options.size)
+        return u"the quality of a %1 is a number from 0 to %2, not \"%3\""_s.arg(
+            QLatin1String(format.name), QString::number(format.quality.highest()),
+            QString::number(*options.quality));
+    if (!format.isVideo() && !options.scale.isEmpty() && options.inputs.size() == 1)
+        return u"--scale is for video, and the output is a %1"_s.arg(QLatin1String(format.name));
+    return {};
+}
+
+} // namespace
 
 Plan::Plan(const Options& options, PrivateFolder& folder) : mOptions(options), mInputs(folder) {}
 
@@ -55,12 +97,15 @@ QString Plan::checkOutputFolder() const
 
 PlannedJob Plan::planned(const Input& input) const
 {
-    const OutputName name = nameOutput(mOptions, input, mOutputIsFolder);
     PlannedJob job;
     job.spec.inputPath = input.path;
-    job.spec.outputPath = name.path;
-    job.spec.format = name.format;
-    job.failure = name.failure;
+    job.spec.outputPath = pathFor(mOptions, input, mOutputIsFolder);
+    const QString suffix = NativePath::suffix(job.spec.outputPath);
+    job.spec.format = Formats::ofSuffix(suffix, mOptions.anyContainer);
+    if (!job.spec.format)
+        job.failure = {FailureKind::NoOutputKind, suffix};
+    else if (const QString misfit = numberMisfit(mOptions, *job.spec.format); !misfit.isEmpty())
+        job.failure = {FailureKind::BadOption, misfit};
     return job;
 }
 
@@ -83,7 +128,7 @@ QStringList Plan::findCollisions()
     pass([&](const JobSpec& spec, const Platform::FileFacts& facts) {
         mBytes += facts.bytes;
         if (!isHarmless && mInputs.count() > 1)
-            collisions.note(spec.inputPath, facts, spec.outputPath);
+            collisions.note(facts, spec.outputPath);
     });
     if (!collisions.hasSuspects())
         return {};

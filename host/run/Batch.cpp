@@ -63,8 +63,8 @@ int runBatch(const Options& options, JobEvents& events)
     const auto makeRun = [&tasks](const EncodeRequest& request) {
         return std::make_unique<ModuleRun>(tasks, request);
     };
-    const JobContext context{options, makeRun, *temporary, staging,
-                             [] { return Platform::Interrupts::first() != 0; }};
+    const JobContext context{options,    events,  makeRun,
+                             *temporary, staging, [] { return Platform::Interrupts::first() != 0; }};
 
     Plan plan(options, *temporary);
     const QStringList errors = plan.make();
@@ -75,7 +75,7 @@ int runBatch(const Options& options, JobEvents& events)
     if (!errors.isEmpty())
         return kUsage;
     events.planned(plan.files(), plan.bytes());
-    Scheduler scheduler(context, plan, events);
+    Scheduler scheduler(context, plan);
     QObject::connect(
         &scheduler, &Scheduler::done, &scheduler, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
     running = &scheduler;

@@ -7,20 +7,6 @@ using namespace Qt::StringLiterals;
 
 namespace fs = std::filesystem;
 
-namespace {
-
-// Whether a copy of the source may go under the output's name.
-bool isSameKind(const JobFiles& files)
-{
-    const JobSpec& spec = files.spec();
-    if (!spec.format->isVideo())
-        return Formats::looksLike(*spec.format, files.sourcePath());
-    return NativePath::suffix(spec.inputPath)
-               .compare(NativePath::suffix(spec.outputPath), Qt::CaseInsensitive) == 0;
-}
-
-} // namespace
-
 Deliver::~Deliver()
 {
     std::error_code ignored;
@@ -80,8 +66,12 @@ void Deliver::start(const CheckResult& made)
     const qint64 before = mFiles.source().bytes;
     const qint64 saved = before - made.bytes;
     mResult.bytesAfter = made.bytes;
-    const bool mayKeep = spec.isInPlace || isSameKind(mFiles);
-    // Of another container there is no source to fall back on.
+    // Whether the source itself, or a copy of it, may stand under the output's name.
+    const bool mayKeep =
+        spec.isInPlace || (spec.format->isVideo() ? NativePath::suffix(spec.inputPath)
+                                                            .compare(NativePath::suffix(spec.outputPath),
+                                                                     Qt::CaseInsensitive) == 0
+                                                  : Formats::looksLike(*spec.format, mFiles.sourcePath()));
     const bool mayGrow =
         spec.format->isVideo() && options.minSavings == 0 && (options.allowLarger || !mayKeep);
     if (saved > 0 ? double(saved) * 100 >= options.minSavings * double(before) : mayGrow)

@@ -109,31 +109,19 @@ void Encode::onSearched(const GoalOutcome& outcome)
         if (chosen.ssim >= 0)
             result.ssim = chosen.ssim;
     }
-    switch (outcome.kind) {
-    case GoalOutcome::Met: {
-        // An encoder that ended well without a file: the check finds none either, and says so.
-        if (!QFileInfo::exists(outcome.path))
-            break;
+    if (outcome.kind == GoalOutcome::NotMet) {
+        result.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
+    } else if (outcome.kind == GoalOutcome::MeasureFailed) {
+        result.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
+    } else if (outcome.kind == GoalOutcome::RunFailed) {
+        // Every run may have ended well with a copy of the source, which is no result of another kind.
+        const Failure noneSmaller{FailureKind::AimUnreached, u"nothing smaller than the source"_s};
+        result.failure = outcome.failure ? outcome.failure : noneSmaller;
+    } else if (QFileInfo::exists(outcome.path)) {
+        // Else an encoder ended well without a file: the check finds none either, and says so.
         const QString error = Platform::rename(outcome.path, mRequest.outputPath, false);
         if (!error.isEmpty())
             result.failure = {FailureKind::DeliveryFailed, error};
-        break;
-    }
-    case GoalOutcome::NotMet:
-        result.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
-        break;
-    case GoalOutcome::RunFailed:
-        // Every run may have ended well with a copy of the source, which is no result of another kind.
-        result.failure = outcome.failure
-                             ? outcome.failure
-                             : Failure{FailureKind::AimUnreached, u"nothing smaller than the source"_s};
-        break;
-    case GoalOutcome::MeasureFailed:
-        result.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
-        break;
-    case GoalOutcome::Stopped:
-        result.failure = {FailureKind::Interrupted};
-        break;
     }
     end(result);
 }
@@ -153,31 +141,22 @@ void Encode::onEstimated(const EstimateOutcome& outcome)
     EncodeResult result;
     result.runs = int(outcome.samples.size());
     SizeRange range{outcome.range.low, outcome.range.high};
-    switch (outcome.kind) {
-    case EstimateOutcome::Estimated:
-        // A first encode that misses the requested size is not the last.
-        if (const auto& size = mContext.options.size) {
-            const qint64 goal = size->bytesFor(mFiles.source().bytes);
-            range = {qMin(range.low, qint64(SizeGoal::kLowestShare * double(goal))), qMin(range.high, goal)};
-        }
-        result.estimate = range;
-        break;
-    case EstimateOutcome::UnknownLength:
+    if (outcome.kind == EstimateOutcome::RunFailed) {
+        result.failure = outcome.failure;
+    } else if (outcome.kind == EstimateOutcome::NoSample) {
+        result.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};
+    } else if (outcome.kind == EstimateOutcome::UnknownLength) {
         result.failure = {
             FailureKind::MeasureFailed,
             u"its length is not known; a minute of it becomes %1 to %2 bytes"_s.arg(range.low).arg(
                 range.high)};
-        break;
-    case EstimateOutcome::RunFailed:
-        result.failure = outcome.failure;
-        break;
-    case EstimateOutcome::NoSample:
-        result.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};
-        break;
-    case EstimateOutcome::Stopped:
-        result.failure = {FailureKind::Interrupted};
-        break;
+    } else if (const auto& size = mContext.options.size) {
+        // A first encode that misses the requested size is not the last.
+        const qint64 goal = size->bytesFor(mFiles.source().bytes);
+        range = {qMin(range.low, qint64(SizeGoal::kLowestShare * double(goal))), qMin(range.high, goal)};
     }
+    if (!result.failure)
+        result.estimate = range;
     end(result);
 }
 

@@ -42,13 +42,11 @@ void Job::onLooked(const LookResult& result)
     if (result.failure)
         return fail(result.failure);
     const QString suffix = trueSuffix(result.facts, NativePath::suffix(mFiles.sourcePath()));
-    if (!suffix.isEmpty()) {
-        if (const Failure failure = mFiles.setSourceSuffix(suffix))
-            return fail(failure);
-    }
+    if (const Failure failure = mFiles.setSourceSuffix(suffix))
+        return fail(failure);
     if (result.video.lengthMs > 0) {
         mResult.videoMs = result.video.lengthMs;
-        emit measured(mResult.videoMs);
+        mContext.events.measured(spec(), mResult.videoMs);
     }
     mEncode = std::make_unique<Encode>(mContext, mFiles);
     connect(mEncode.get(), &Encode::ended, this, &Job::onEncoded);
@@ -63,7 +61,7 @@ void Job::onProgress(double share)
     if (share <= mShare || mHasEnded)
         return;
     mShare = std::min(share, 1.0);
-    emit progressed(mShare);
+    mContext.events.progressed(spec(), mShare);
 }
 
 void Job::onEncoded(const EncodeResult& result)
@@ -95,8 +93,6 @@ void Job::onChecked(const CheckResult& result)
 void Job::onDelivered(const DeliverResult& result)
 {
     mResult.keptAt = result.keptAt;
-    if (mStopReason != FailureKind::None)
-        return fail({mStopReason});
     if (result.failure)
         return fail(result.failure);
     mResult.bytesAfter = result.bytesAfter;
@@ -126,8 +122,7 @@ bool Job::isStopped()
         mStopReason = FailureKind::Interrupted;
     if (mStopReason == FailureKind::None)
         return false;
-    if (!mHasEnded)
-        fail({mStopReason});
+    fail({mStopReason});
     return true;
 }
 
@@ -140,9 +135,7 @@ void Job::fail(const Failure& failure)
         return end(Outcome::Skipped);
     }
     mResult.failure = failure;
-    if (failure.kind == FailureKind::EncoderFailed || failure.kind == FailureKind::DeliveryFailed ||
-        failure.kind == FailureKind::NoResult)
-        mFiles.noteFullDisk(mResult.failure);
+    mFiles.noteFullDisk(mResult.failure);
     end(Outcome::Failed);
 }
 

@@ -11,8 +11,8 @@
 
 /// One input and one output: looks at the source, has it encoded, checks what came, delivers it.
 ///
-/// Lives in the main thread. Every start() ends in exactly one ended(), which may come inside of it. No other
-/// signal follows. Deleting it ends its encoder and leaves nothing behind.
+/// Lives in the main thread. Every start() ends in exactly one ended(), which may come inside of it. Its
+/// length and progress go to the events until then. Deleting it ends its encoder and leaves nothing behind.
 class Job : public QObject
 {
     Q_OBJECT
@@ -27,9 +27,6 @@ public:
     void stop() { stop(FailureKind::Interrupted); }
 
 signals:
-    void measured(qint64 videoMs);
-    /// The share that is done, 0.0 to 1.0; never falls.
-    void progressed(double share);
     void ended(const JobResult& result);
 
 private:

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "host/job/JobEvents.h"
 #include "host/job/Options.h"
 #include "host/module/ModuleRun.h"
 #include "host/run/StagingFolders.h"
@@ -10,6 +11,7 @@
 struct JobContext
 {
     const Options& options;
+    JobEvents& events;
     MakeRun makeRun;
     PrivateFolder& temporaryFolder;
     StagingFolders& stagingFolders;

@@ -57,7 +57,8 @@ Failure JobFiles::reach(const QString& stagedPath)
 
 Failure JobFiles::setSourceSuffix(const QString& suffix)
 {
-    mSourcePath = linkTo(mSourcePath, suffix);
+    if (!suffix.isEmpty())
+        mSourcePath = linkTo(mSourcePath, suffix);
     return mSourcePath.isEmpty() ? kNoLink : Failure();
 }
 
@@ -73,6 +74,9 @@ QString JobFiles::linkTo(const QString& path, const QString& suffix)
 
 void JobFiles::noteFullDisk(Failure& failure) const
 {
+    if (failure.kind != FailureKind::EncoderFailed && failure.kind != FailureKind::DeliveryFailed &&
+        failure.kind != FailureKind::NoResult)
+        return;
     const QString output = NativePath::folder(NativePath::absolute(mSpec.outputPath));
     for (const QString& folder : {mFolder.path(), output}) {
         const QStorageInfo disk(folder);

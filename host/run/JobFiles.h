@@ -23,12 +23,12 @@ public:
 
     /// Finds the two paths. `stagedPath` is where the result is to be written; its name is a plain one.
     Failure reach(const QString& stagedPath);
-    /// Has the source reached through a name with this suffix.
+    /// Has the source reached through a name with this suffix, unless it is empty.
     Failure setSourceSuffix(const QString& suffix);
     const QString& sourcePath() const { return mSourcePath; }
     const QString& resultPath() const { return mResultPath; }
 
-    /// Notes a likely cause, where a disk has less room than the source takes.
+    /// Notes a likely cause of a failure, where a disk has less room than the source takes.
     void noteFullDisk(Failure& failure) const;
 
 private:

@@ -18,9 +18,8 @@ constexpr int kAtOnce = 256;
 
 } // namespace
 
-Scheduler::Scheduler(const JobContext& context, Plan& plan, JobEvents& events)
-    : mContext(context), mPlan(plan), mEvents(events),
-      mSlots(QThread::idealThreadCount(), context.options.jobs)
+Scheduler::Scheduler(const JobContext& context, Plan& plan)
+    : mContext(context), mPlan(plan), mSlots(QThread::idealThreadCount(), context.options.jobs)
 {
     mSummary.files = plan.files();
     mSummary.passedOver = plan.passedOver();
@@ -32,7 +31,7 @@ void Scheduler::stop()
         return;
     mQueue.clear();
     mPlanIsDone = true;
-    mEvents.stopping(int(mRunning.size()));
+    mContext.events.stopping(int(mRunning.size()));
     for (const auto& [index, job] : mRunning)
         job->stop();
     reportWaiting();
@@ -101,12 +100,8 @@ void Scheduler::run(const JobSpec& spec)
     auto made = std::make_unique<Job>(mContext, spec);
     Job* const job = made.get();
     mRunning.emplace(spec.index, std::move(made));
-    connect(job, &Job::measured, this,
-            [this, job](qint64 videoMs) { mEvents.measured(job->spec(), videoMs); });
-    connect(job, &Job::progressed, this,
-            [this, job](double share) { mEvents.progressed(job->spec(), share); });
     connect(job, &Job::ended, this, [this, job](const JobResult& result) { onEnded(job, result); });
-    mEvents.started(spec);
+    mContext.events.started(spec);
     job->start();
 }
 
@@ -124,7 +119,7 @@ void Scheduler::onEnded(Job* job, const JobResult& result)
 
 void Scheduler::settle(const JobResult& result)
 {
-    mEvents.settled(result);
+    mContext.events.settled(result);
     count(result);
     mWaiting.emplace(result.spec.index, result);
     reportWaiting();
@@ -136,7 +131,7 @@ void Scheduler::reportWaiting()
     for (auto first = mWaiting.begin();
          first != mWaiting.end() && (first->first == mNextToReport || mIsStopping);
          first = mWaiting.begin()) {
-        mEvents.ended(first->second);
+        mContext.events.ended(first->second);
         mNextToReport = first->first + 1;
         mWaiting.erase(first);
     }
@@ -144,36 +139,26 @@ void Scheduler::reportWaiting()
 
 void Scheduler::count(const JobResult& result)
 {
-    switch (result.outcome) {
-    case Outcome::Failed:
+    const FailureKind kind = result.failure.kind;
+    if (result.outcome == Outcome::Failed) {
         ++mSummary.failed;
-        if (result.failure.kind == FailureKind::EncoderMissing ||
-            result.failure.kind == FailureKind::LibraryMissing)
+        if (kind == FailureKind::EncoderMissing || kind == FailureKind::LibraryMissing)
             mSummary.status = kEncoderMissing;
-        else if (mSummary.files == 1 && isBeforeBegin(result.failure.kind))
-            mSummary.status = kUsage;
         else if (mSummary.status == kDelivered)
-            mSummary.status = kJobFailed;
+            mSummary.status = mSummary.files == 1 && isBeforeBegin(kind) ? kUsage : kJobFailed;
         return;
-    case Outcome::Skipped:
+    }
+    if (result.outcome == Outcome::Skipped) {
         ++mSummary.skipped;
         return;
-    case Outcome::Kept:
-    case Outcome::NotWorth:
-        ++mSummary.kept;
-        break;
-    case Outcome::Delivered:
-    case Outcome::Predicted:
-        ++mSummary.delivered;
-        break;
-    case Outcome::Estimated: {
-        ++mSummary.delivered;
-        mSummary.bytesBefore += result.bytesBefore;
+    }
+    const bool isKept = result.outcome == Outcome::Kept || result.outcome == Outcome::NotWorth;
+    ++(isKept ? mSummary.kept : mSummary.delivered);
+    mSummary.bytesBefore += result.bytesBefore;
+    if (result.outcome == Outcome::Estimated) {
         const SizeRange sum = mSummary.estimate.value_or(SizeRange());
         mSummary.estimate = {sum.low + result.estimate->low, sum.high + result.estimate->high};
-        return;
+    } else {
+        mSummary.bytesAfter += isKept ? result.bytesBefore : result.bytesAfter;
     }
-    }
-    mSummary.bytesBefore += result.bytesBefore;
-    mSummary.bytesAfter += result.outcome == Outcome::NotWorth ? result.bytesBefore : result.bytesAfter;
 }

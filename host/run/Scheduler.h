@@ -5,7 +5,6 @@
 #include <deque>
 #include <map>
 
-#include "host/job/JobEvents.h"
 #include "host/plan/Plan.h"
 #include "host/run/Job.h"
 #include "host/run/Slots.h"
@@ -17,7 +16,7 @@ class Scheduler : public QObject
     Q_OBJECT
 
 public:
-    Scheduler(const JobContext& context, Plan& plan, JobEvents& events);
+    Scheduler(const JobContext& context, Plan& plan);
 
     /// Begins as many jobs as there is room for, now and whenever one has ended.
     void start();
@@ -42,7 +41,6 @@ private:
 
     const JobContext& mContext;
     Plan& mPlan;
-    JobEvents& mEvents;
     Slots mSlots;
     std::deque<PlannedJob> mQueue;
     bool mPlanIsDone = false;

@@ -96,6 +96,7 @@ class Faults(Place):
     def test_changed_meanwhile(self):
         for change, output, said in (
                 (lambda: self.write("photo.png", b"another"), "out.webp", "was changed"),
+                (lambda: self.write("photo.png", bytes(len(self.source))), "out.webp", "was changed"),
                 (lambda: os.link(self.at("out.webp"), self.at("second name.webp")), "out.webp", "names"),
                 (lambda: shutil.rmtree(self.at("folder")), "folder/new.webp", "its folder is gone"),
                 (lambda: self.write("folder/new.webp", b"somebody's"), "folder/new.webp", "exist")):
@@ -109,6 +110,55 @@ class Faults(Place):
             self.assertIn(said, run.err)
             self.assertEqual(self.read("out.webp"), b"old")
         self.assertEqual(self.read("folder/new.webp"), b"somebody's")
+
+    def test_savings(self):
+        for source, kind, kept in (("photo.png", "png", "kept"), ("photo.png", "webp", "not-worth"),
+                                   ("video.mov", "mp4", "not-worth")):
+            before, after = os.path.getsize(self.at(source)), os.path.getsize(f"{self.result}.{kind}")
+            saved = 100 * (before - after) / before
+            self.assertTrue(1 < saved < 99, saved)
+            for limit, outcome in ((saved - 0.1, "delivered"), (saved + 0.1, kept)):
+                with self.subTest(f"{kind} {outcome}"):
+                    lines = self.valid(self.fake(source, f"new.{kind}", "--json", "-f",
+                                                 f"--min-savings={limit:.3f}").end().out)
+                    self.assertEqual([lines[-2]["outcome"], lines[-1]["bytesBefore"], lines[-1]["bytesAfter"]],
+                                     [outcome, before, after if outcome == "delivered" else before])
+
+    def test_ends_of_batches(self):
+        for name in ("in/a.png", "in/deep/b.png", "in/.vxcompress-ABCDEF/c.png", "../p.png"):
+            self.write(name, self.source)
+        self.write("list", b"../p.png\nphoto.png")
+        for name in ("linked.png", "alone.png"):
+            self.write(name, b"old")
+        os.link(self.at("linked.png"), self.at("second name.png"))
+        fails = {"FAKE_EXIT": "3"}
+        before = self.contents()
+        # line, the encoder, status, what is new, what is another file now
+        for line, env, status, new, changed in (
+                ("photo.png missing.png -o out", {}, 1, "out out/photo.png", ""),
+                ("photo.png alone.png -o out --format gif", {}, 2, "", ""),
+                ("-r in -o out", {}, 0, "out out/a.png out/deep out/deep/b.png", ""),
+                ("-r in -o out", fails, 1, "", ""),
+                ("in/deep/b.png -o out/", fails, 1, "", ""),
+                ("--files-from list -o out", {}, 0, "out out/p.png out/photo.png", ""),
+                ("photo.png new.png --timeout 20", {"FAKE_DELAY_MS": "500"}, 0, "new.png", ""),
+                ("photo.png new.png --timeout 1", {"FAKE_DELAY_MS": "5000"}, 1, "", ""),
+                ("photo.png linked.png -f", {}, 2, "", ""),
+                ("photo.png alone.png -f", {}, 0, "", "alone.png"),
+                ("photo.png linked.png -f --break-links", {}, 0, "", "linked.png"),
+                ("photo.png in/a.png --in-place", {}, 0, "", "in/a.png photo.png")):
+            with self.subTest(f"{line} {env}"):
+                run = self.fake(*line.split(" "), env=env).end()
+                now = self.contents()
+                self.assertEqual(run.status, status, run.err)
+                self.assertEqual({os.fsdecode(name) for name in now if name not in before}, set(new.split()))
+                self.assertEqual({os.fsdecode(name) for name in before if now.get(name) != before[name]}, set(changed.split()))
+                shutil.rmtree(self.at("out"), ignore_errors=True)
+                for name in {"new.png", *changed.split()}:
+                    self.write(name, b"old" if name in ("linked.png", "alone.png") else self.source)
+                os.remove(self.at("new.png"))
+        self.assertEqual(self.read("second name.png"), b"old")
+        shutil.rmtree(self.at("in/.vxcompress-ABCDEF"))
 
     def test_leftovers(self):
         def folders(where=None):
