@@ -1,7 +1,8 @@
 """Command lines of one file and what comes of them, with the real encoders."""
 import os
+import subprocess
 
-from host import Place, ffmpeg, main
+from host import REAL, Place, ffmpeg, main
 
 # line, status, what standard error says
 REFUSED = [
@@ -119,6 +120,39 @@ class Lines(Place):
         before = self.read("small.jpg")
         self.run_host("small.jpg", "--in-place", "--min-savings", "99", "-q", "10")
         self.assertEqual(self.read("small.jpg"), before)
+
+    def test_what_options_allow_and_keep(self):
+        self.image("photo.jpg")
+        photo = self.read("photo.jpg")
+        exif = bytes.fromhex("FFE10022457869660000 49492A0008000000 0100 120103000100000006000000 00000000")
+        self.write("photo.jpg", photo[:2] + exif + photo[2:])
+        self.write("cut.jpg", photo[:-2000])
+        ffmpeg("-f", "lavfi", "-i", "mandelbrot", "-frames:v", "3", "-f", "apng", os.fsdecode(self.at("moves.png")))
+        self.video("plain.mp4")
+        ffmpeg("-i", os.fsdecode(self.at("plain.mp4")), "-c", "copy", "-metadata", "creation_time=2018-05-06T07:08:09Z",
+               "-movflags", "+faststart", os.fsdecode(self.at("video.mp4")))
+        video = self.read("video.mp4")
+        self.write("cut.mp4", video[:len(video) * 2 // 3])
+        for source, made, flag, refused, said in (
+                ("cut.jpg", "a.jpg", "--keep-damaged", 1, "ends before"), ("cut.jpg", "a.webp", "--keep-damaged", 1, "ends before"),
+                ("cut.mp4", "a.mp4", "--keep-damaged", 1, "is cut"), ("moves.png", "b.png", "--first-frame", 2, "first frame"),
+                ("moves.png", "b.jpg", "--first-frame", 2, "first frame")):
+            with self.subTest(f"{source} {made}"):
+                self.run_host(source, made, status=refused)
+                self.assertIn(said, self.run_host(source, made, flag).err)
+                self.assertGreater(len(self.read(source)), len(self.read(made)))
+        # An orientation of 6, or where the pixels were turned meanwhile of 1; a video's date.
+        for source, made, kept in (("photo.jpg", "c.jpg", exif[20:30]), ("photo.jpg", "c.webp", b"\x12\x01\x03\0\x01\0\0\0\x01"),
+                                   ("video.mp4", "c.mp4", b"2018-05-06T07:08:09")):
+            for flags in ([], ["--keep-metadata"]):
+                with self.subTest(f"{made} {flags}"):
+                    self.run_host(source, made, "-f", *flags)
+                    found = self.read(made)
+                    self.assertLess(len(found), len(self.read(source)))
+                    if made.endswith("mp4"):
+                        found = subprocess.check_output([os.path.join(REAL, "ffprobe"), "-v", "error", "-show_format", self.at(made)])
+                    # mozjpeg's cjpeg keeps it in any case.
+                    self.assertEqual(kept in found, bool(flags) or made == "c.jpg")
 
     def test_names_of_any_bytes(self):
         self.image("photo.jpg")
