@@ -28,8 +28,8 @@ bool isLoneEscape(const QString& text, qsizetype at)
 
 namespace {
 
-// The longest path that every call takes as it is.
-constexpr qsizetype kPlainLength = 240;
+// The longest path that every call takes as it is, with the names in it when it is a folder.
+constexpr qsizetype kPlainLength = 200;
 
 } // namespace
 

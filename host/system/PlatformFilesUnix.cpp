@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #ifdef Q_OS_LINUX
-#include <sys/syscall.h>
 #include <sys/xattr.h>
 #endif
 
@@ -24,14 +23,9 @@ namespace {
 
 constexpr int kMaxLinks = 40;
 
-QString reasonOf(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
-
 QString result(int returned)
 {
-    return returned == 0 ? QString() : reasonOf(errno);
+    return returned == 0 ? QString() : qt_error_string(errno);
 }
 
 qint64 nanoseconds(const timespec& time)
@@ -42,40 +36,6 @@ qint64 nanoseconds(const timespec& time)
 timespec timeOf(qint64 ns)
 {
     return {time_t(ns / 1'000'000'000), long(ns % 1'000'000'000)};
-}
-
-bool areOneFile(const char* path, const char* other)
-{
-    const int error = errno;
-    struct stat one = {};
-    struct stat another = {};
-    const bool areOne = lstat(path, &one) == 0 && lstat(other, &another) == 0 &&
-                        one.st_dev == another.st_dev && one.st_ino == another.st_ino;
-    errno = error;
-    return areOne;
-}
-
-int renameNew(const char* from, const char* to)
-{
-#if defined(Q_OS_LINUX) && defined(SYS_renameat2)
-    constexpr unsigned kNoReplace = 1;
-    if (syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, kNoReplace) == 0)
-        return 0;
-    if (errno != EINVAL && errno != ENOSYS)
-        return -1;
-#endif
-    // A second name refuses an existing one as well. A network drive that had to ask twice tells of its own first
-    // success as a failure.
-    if (link(from, to) == 0 || (errno == EEXIST && areOneFile(from, to)))
-        return unlink(from);
-    if (errno == EEXIST)
-        return -1;
-    // A file system without either, such as a memory card's.
-    if (access(to, F_OK) == 0) {
-        errno = EEXIST;
-        return -1;
-    }
-    return ::rename(from, to);
 }
 
 #ifdef Q_OS_LINUX
@@ -102,7 +62,7 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     struct stat info = {};
     if (::stat(NativePath::toBytes(path).constData(), &info) != 0) {
         if (reason)
-            *reason = reasonOf(errno);
+            *reason = qt_error_string(errno);
         return {};
     }
     FileFacts facts;
@@ -146,16 +106,8 @@ int openForReading(const QString& path, QString& reason)
 {
     const int file = open(NativePath::toBytes(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
-        reason = reasonOf(errno);
+        reason = qt_error_string(errno);
     return file;
-}
-
-QString rename(const QString& from, const QString& to, bool replace)
-{
-    const QByteArray source = NativePath::toBytes(from);
-    const QByteArray target = NativePath::toBytes(to);
-    return result(replace ? ::rename(source.constData(), target.constData())
-                          : renameNew(source.constData(), target.constData()));
 }
 
 std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
@@ -175,29 +127,9 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     return entries;
 }
 
-bool removeTree(const QString& path)
-{
-    std::error_code error;
-    std::filesystem::remove_all(NativePath::toNative(path), error);
-    return !error;
-}
-
-bool removeEmptyFolder(const QString& folder)
-{
-    return rmdir(NativePath::toBytes(folder).constData()) == 0;
-}
-
 QString makeLink(const QString& target, const QString& link, bool)
 {
     return result(symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()));
-}
-
-QString copy(const QString& from, const QString& to)
-{
-    std::error_code error;
-    std::filesystem::copy_file(NativePath::toNative(from), NativePath::toNative(to),
-                               std::filesystem::copy_options::overwrite_existing, error);
-    return error ? QString::fromLocal8Bit(error.message().c_str()) : QString();
 }
 
 bool canTakeOwner(const FileFacts& existing)
@@ -233,7 +165,7 @@ QString setTimes(const QString& path, const FileFacts& facts)
 QString makeFolder(const QString& path, quint32 mode, bool& isNew)
 {
     isNew = mkdir(NativePath::toBytes(path).constData(), mode) == 0;
-    return isNew || errno == EEXIST ? QString() : reasonOf(errno);
+    return isNew || errno == EEXIST ? QString() : qt_error_string(errno);
 }
 
 qint64 longestName(const QString& folder)
@@ -246,7 +178,7 @@ bool makePrivateFolder(const QString& path, QString& reason)
 {
     if (mkdir(NativePath::toBytes(path).constData(), S_IRWXU) == 0)
         return true;
-    reason = errno == EEXIST ? QString() : reasonOf(errno);
+    reason = errno == EEXIST ? QString() : qt_error_string(errno);
     return false;
 }
 

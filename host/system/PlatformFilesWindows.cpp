@@ -14,9 +14,6 @@ namespace Platform {
 
 namespace {
 
-constexpr int kRetries = 20;
-constexpr DWORD kRetryMs = 50;
-
 struct HandleCloser
 {
     void operator()(void* handle) const { CloseHandle(handle); }
@@ -49,22 +46,6 @@ Handle openForFacts(const QString& path, DWORD more = 0)
 qint64 wide(DWORD high, DWORD low)
 {
     return qint64(quint64(high) << 32 | low);
-}
-
-// A scanner or an indexer may hold a file for a moment.
-template <class Call>
-QString retried(Call call)
-{
-    for (int tries = 0;; ++tries) {
-        if (call())
-            return {};
-        const DWORD error = GetLastError();
-        const bool isHeld = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED ||
-                            error == ERROR_LOCK_VIOLATION || error == ERROR_USER_MAPPED_FILE;
-        if (!isHeld || tries == kRetries)
-            return reasonOf(error);
-        Sleep(kRetryMs);
-    }
 }
 
 // The system counts tenths of microseconds from 1601 on; as nanoseconds they would not fit.
@@ -136,12 +117,6 @@ int openForReading(const QString& path, QString& reason)
     return _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_RDONLY | _O_BINARY);
 }
 
-QString rename(const QString& from, const QString& to, bool replace)
-{
-    const DWORD flags = replace ? MOVEFILE_REPLACE_EXISTING : 0;
-    return retried([&] { return MoveFileExW(native(from).c_str(), native(to).c_str(), flags); });
-}
-
 // The standard library of one compiler reads no folder whose path is long, and takes junctions for folders.
 std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
 {
@@ -164,28 +139,6 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     return entries;
 }
 
-bool removeEmptyFolder(const QString& folder)
-{
-    return retried([place = native(folder)] { return RemoveDirectoryW(place.c_str()); }).isEmpty();
-}
-
-bool removeTree(const QString& path)
-{
-    const std::wstring place = native(path);
-    const DWORD attributes = GetFileAttributesW(place.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES)
-        return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
-    if (attributes & FILE_ATTRIBUTE_READONLY)
-        SetFileAttributesW(place.c_str(), attributes & DWORD(~FILE_ATTRIBUTE_READONLY));
-    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
-        return retried([&] { return DeleteFileW(place.c_str()); }).isEmpty();
-    if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
-        for (const FolderEntry& entry : entriesOf(path))
-            removeTree(NativePath::join(path, entry.name));
-    }
-    return removeEmptyFolder(path);
-}
-
 QString makeLink(const QString& target, const QString& link, bool isFolder)
 {
     constexpr DWORD kUnprivileged = 2;
@@ -194,11 +147,6 @@ QString makeLink(const QString& target, const QString& link, bool isFolder)
         return {};
     return isFolder ? reasonOf(GetLastError())
                     : result(CreateHardLinkW(native(link).c_str(), native(target).c_str(), nullptr));
-}
-
-QString copy(const QString& from, const QString& to)
-{
-    return result(CopyFileW(native(from).c_str(), native(to).c_str(), FALSE));
 }
 
 // The access list goes with the place, and the owner of a new file is who made it.

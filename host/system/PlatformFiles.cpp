@@ -1,0 +1,37 @@
+#include "host/system/PlatformFiles.h"
+
+#include "host/system/NativePath.h"
+#include "process/Files.h"
+
+namespace Platform {
+
+namespace {
+
+QString reasonOf(const std::error_code& error)
+{
+    return error ? qt_error_string(error.value()).trimmed() : QString();
+}
+
+} // namespace
+
+QString rename(const QString& from, const QString& to, bool replace)
+{
+    return reasonOf(Files::rename(NativePath::toNative(from), NativePath::toNative(to), replace));
+}
+
+QString copy(const QString& from, const QString& to)
+{
+    return reasonOf(Files::copy(NativePath::toNative(from), NativePath::toNative(to)));
+}
+
+bool removeTree(const QString& path)
+{
+    return !Files::removeTree(NativePath::toNative(path));
+}
+
+bool removeEmptyFolder(const QString& folder)
+{
+    return !Files::removeFolder(NativePath::toNative(folder));
+}
+
+} // namespace Platform
