@@ -55,8 +55,7 @@ bool wantsColor(const Options& options, Platform::Channel channel)
 {
     if (options.color != ColorMode::Auto)
         return options.color == ColorMode::Always;
-    return Platform::isTerminal(channel) && qEnvironmentVariableIsEmpty("NO_COLOR") &&
-           qgetenv("TERM") != "dumb";
+    return Platform::hasColour(channel);
 }
 
 bool canDraw()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -25,6 +26,11 @@ void prepare();
 QStringList arguments(int argc, char** argv);
 
 bool isTerminal(Channel channel);
+/// Whether colours are welcome there: a terminal that has some, and whose user does not decline them.
+inline bool hasColour(Channel channel)
+{
+    return isTerminal(channel) && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
+}
 
 /// Whether the user's locale was one of UTF-8 before prepare() saw to that.
 bool isLocaleUtf8();
@@ -73,6 +79,9 @@ public:
 private:
     std::unique_ptr<QObject> mContext;
 };
+
+/// A function of the loaded library at `path` or of the libraries that it brought with it. Null when none has it.
+QFunctionPointer functionIn(const QString& path, const char* name);
 
 /// Ends the process with this status at once: nothing is flushed, nothing destroyed.
 [[noreturn]] void leave(int status);

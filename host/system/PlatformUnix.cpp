@@ -1,4 +1,5 @@
 #include <QFile>
+#include <QLibrary>
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -187,6 +188,12 @@ int Interrupts::first()
 int Interrupts::count()
 {
     return interruptCount;
+}
+
+QFunctionPointer functionIn(const QString& path, const char* name)
+{
+    // The loader looks into the library first and then into all that it needs.
+    return QLibrary(path).resolve(name);
 }
 
 void leave(int status)

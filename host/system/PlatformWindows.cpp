@@ -2,11 +2,14 @@
 #include <QMetaObject>
 #include <QObject>
 
+#include <array>
 #include <atomic>
 #include <io.h>
 #include <mutex>
 #include <qt_windows.h>
 #include <shellapi.h>
+
+#include <psapi.h>
 
 #include "host/system/NativePath.h"
 #include "host/system/Platform.h"
@@ -175,6 +178,18 @@ int Interrupts::first()
 int Interrupts::count()
 {
     return interruptCount;
+}
+
+QFunctionPointer functionIn(const QString&, const char* name)
+{
+    std::array<HMODULE, 1024> modules = {};
+    DWORD bytes = 0;
+    EnumProcessModules(GetCurrentProcess(), modules.data(), sizeof modules, &bytes);
+    for (HMODULE module : modules) {
+        if (const FARPROC function = module ? GetProcAddress(module, name) : nullptr)
+            return reinterpret_cast<QFunctionPointer>(function);
+    }
+    return nullptr;
 }
 
 void leave(int status)
