@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 // A trial takes a tenth of a second; a loaded machine or a network drive may need longer.
 constexpr auto kTimeLimit = 20s;
 
-// 64x64 gradients with a pattern over them, 8 bits for each of red, green and blue, and `lead` before each row.
+// 64x64 gradients with a pattern over them, 24 bits a pixel, and `lead` before each row.
 QByteArray pixels(const QByteArray& lead = {})
 {
     QByteArray bytes;

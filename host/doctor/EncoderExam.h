@@ -32,8 +32,8 @@ struct Finding
     void judge(State newState, const QString& fault, const QString& detail, const QString& line);
 };
 
-/// Examines encoders: where they are, what they call themselves, and what comes of a tiny encode of every kind by the
-/// module's own tasks. Runs an event loop; an interrupt ends a trial early, and every later one.
+/// Examines encoders: where they are, what they call themselves, and what comes of a tiny encode of every
+/// kind by the module's own tasks. Runs an event loop; an interrupt ends a trial early, and every later one.
 class EncoderExam
 {
 public:

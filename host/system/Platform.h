@@ -51,7 +51,8 @@ bool write(Channel channel, const QString& text);
 /// Waits until something can be read there. False when an interrupt came first.
 bool waitForInput(int descriptor);
 
-/// The system's temporary location, also one that is not there: QDir::tempPath() makes the working folder of that.
+/// The system's temporary location, also one that is not there: QDir::tempPath() makes the working folder of
+/// that.
 QString temporaryFolder();
 /// Makes `folder` the system's temporary location for this process and those that it starts. To be called
 /// before there are threads.
@@ -80,7 +81,8 @@ private:
     std::unique_ptr<QObject> mContext;
 };
 
-/// A function of the loaded library at `path` or of the libraries that it brought with it. Null when none has it.
+/// A function of the loaded library at `path` or of the libraries that it brought with it. Null when none has
+/// it.
 QFunctionPointer functionIn(const QString& path, const char* name);
 
 /// Ends the process with this status at once: nothing is flushed, nothing destroyed.

@@ -62,8 +62,8 @@ struct FolderEntry
 /// What lies in a folder, links as themselves. Nothing when it cannot be read: `reason` gets why.
 std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason = nullptr);
 
-/// Removes a file, a link or a folder with everything in it, and nothing that a link leads to. False when something
-/// is left.
+/// Removes a file, a link or a folder with everything in it, and nothing that a link leads to. False when
+/// something is left.
 bool removeTree(const QString& path);
 
 /// Removes a folder that has nothing in it; false when it stays.
@@ -95,8 +95,8 @@ bool makePrivateFolder(const QString& path, QString& reason);
 /// Whether the folder is this user's own and no link.
 bool isOwnFolder(const QString& path);
 
-/// When the process was started, on a scale of the system's own: it tells a process from an earlier one with the same
-/// number. 0 where that is not known; nothing when there is no such process.
+/// When the process was started, on a scale of the system's own: it tells a process from an earlier one with
+/// the same number. 0 where that is not known; nothing when there is no such process.
 std::optional<qint64> startOf(qint64 process);
 
 } // namespace Platform

@@ -196,7 +196,8 @@ std::optional<qint64> startOf(qint64 process)
     QFile file(u"/proc/%1/stat"_s.arg(process));
     if (!file.open(QIODevice::ReadOnly))
         return 0;
-    // The 22nd field, in clock ticks since the machine's start; after the last bracket, as a name may have any.
+    // The 22nd field, in clock ticks since the machine's start; after the last bracket, as a name may have
+    // any.
     constexpr int kStartField = 19;
     const QByteArray line = file.readAll();
     return line.mid(line.lastIndexOf(')') + 2).split(' ').value(kStartField).toLongLong();

@@ -155,8 +155,8 @@ bool canTakeOwner(const FileFacts&)
     return true;
 }
 
-// A new file has taken over its folder's access list, and the private folder its parent's: as if it had been made in
-// its place. What replaces another gets that one's.
+// A new file has taken over its folder's access list, and the private folder its parent's: as if it had been
+// made in its place. What replaces another gets that one's.
 QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement)
 {
     PACL list = nullptr;

@@ -40,8 +40,8 @@ BOOL WINAPI onConsoleEvent(DWORD event)
         if (interruptContext)
             QMetaObject::invokeMethod(interruptContext, interruptWake, Qt::QueuedConnection);
     }
-    // After a closed console Windows ends the process as soon as this returns, or in 5 seconds: leave them to the
-    // other thread.
+    // After a closed console Windows ends the process as soon as this returns, or in 5 seconds: leave them to
+    // the other thread.
     if (!isKey)
         Sleep(INFINITE);
     return TRUE;

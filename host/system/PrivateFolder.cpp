@@ -23,8 +23,8 @@ constexpr int kRemovePauseMs = 20;
 constexpr int kMachineDigits = 8;
 constexpr int kStartBase = 36; // names are to be short
 
-// Whose processes are seen here: many machines of one disk may go by one name or be copies of one image, and a
-// container sees only its own processes.
+// Whose processes are seen here: many machines of one disk may go by one name or be copies of one image, and
+// a container sees only its own processes.
 QString machine()
 {
     const QByteArray text = QSysInfo::machineHostName().toUtf8() + '\n' + QSysInfo::machineUniqueId() + '\n' +

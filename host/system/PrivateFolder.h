@@ -4,9 +4,9 @@
 
 #include <atomic>
 
-/// A folder for this run and this user alone, removed with everything in it when the object goes. Its name says
-/// which process on which machine made it, so there is no moment at which a kill leaves one that nobody can judge:
-/// PREFIX MACHINE-PROCESS-START-RANDOM.
+/// A folder for this run and this user alone, removed with everything in it when the object goes. Its name
+/// says which process on which machine made it, so there is no moment at which a kill leaves one that nobody
+/// can judge: PREFIX MACHINE-PROCESS-START-RANDOM.
 class PrivateFolder
 {
 public:
