@@ -1,17 +1,16 @@
 #include "host/run/Deliver.h"
 
+#include <QFile>
+
 #include "host/run/Background.h"
 #include "host/system/NativePath.h"
 
 using namespace Qt::StringLiterals;
 
-namespace fs = std::filesystem;
-
 Deliver::~Deliver()
 {
-    std::error_code ignored;
-    if (!mStagedPath.isEmpty())
-        fs::remove(NativePath::toNative(mStagedPath), ignored);
+    if (std::error_code ignored; !mStagedPath.isEmpty())
+        std::filesystem::remove(NativePath::toNative(mStagedPath), ignored);
     mFolder.reset();
     if (!mFinalPath.isEmpty())
         mContext.stagingFolders.leave(NativePath::folder(mFinalPath), mIsDelivered);
@@ -66,12 +65,7 @@ void Deliver::start(const CheckResult& made)
     const qint64 before = mFiles.source().bytes;
     const qint64 saved = before - made.bytes;
     mResult.bytesAfter = made.bytes;
-    // Whether the source itself, or a copy of it, may stand under the output's name.
-    const bool mayKeep =
-        spec.isInPlace || (spec.format->isVideo() ? NativePath::suffix(spec.inputPath)
-                                                            .compare(NativePath::suffix(spec.outputPath),
-                                                                     Qt::CaseInsensitive) == 0
-                                                  : Formats::looksLike(*spec.format, mFiles.sourcePath()));
+    const bool mayKeep = spec.isInPlace || mFiles.isSourceOfOutputsKind();
     const bool mayGrow =
         spec.format->isVideo() && options.minSavings == 0 && (options.allowLarger || !mayKeep);
     if (saved > 0 ? double(saved) * 100 >= options.minSavings * double(before) : mayGrow)
@@ -89,8 +83,7 @@ void Deliver::start(const CheckResult& made)
 
 void Deliver::copySource()
 {
-    std::error_code ignored;
-    fs::remove(NativePath::toNative(mFiles.resultPath()), ignored);
+    QFile::remove(mFiles.resultPath());
     inBackground(
         this, [from = mFiles.sourcePath(), to = mFiles.resultPath()] { return Platform::copy(from, to); },
         [this](const QString& error) {

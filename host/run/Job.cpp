@@ -1,7 +1,5 @@
 #include "host/run/Job.h"
 
-#include <algorithm>
-
 #include "host/system/NativePath.h"
 
 Job::Job(const JobContext& context, const JobSpec& spec)
@@ -41,8 +39,8 @@ void Job::onLooked(const LookResult& result)
         return;
     if (result.failure)
         return fail(result.failure);
-    const QString suffix = trueSuffix(result.facts, NativePath::suffix(mFiles.sourcePath()));
-    if (const Failure failure = mFiles.setSourceSuffix(suffix))
+    const QString suffix = NativePath::suffix(mFiles.sourcePath());
+    if (const Failure failure = mFiles.setSourceSuffix(trueSuffix(result.facts, suffix)))
         return fail(failure);
     if (result.video.lengthMs > 0) {
         mResult.videoMs = result.video.lengthMs;
@@ -60,7 +58,7 @@ void Job::onProgress(double share)
 {
     if (share <= mShare || mHasEnded)
         return;
-    mShare = std::min(share, 1.0);
+    mShare = qMin(share, 1.0);
     mContext.events.progressed(spec(), mShare);
 }
 
@@ -128,7 +126,6 @@ bool Job::isStopped()
 
 void Job::fail(const Failure& failure)
 {
-    mResult.bytesAfter = 0;
     // Another run has delivered it since this one was planned.
     if (failure.kind == FailureKind::OutputExists && mContext.options.skipExisting) {
         mResult.warnings.clear();

@@ -2,6 +2,7 @@
 
 #include <QStorageInfo>
 
+#include "host/job/Format.h"
 #include "host/system/NativePath.h"
 
 using namespace Qt::StringLiterals;
@@ -70,6 +71,13 @@ QString JobFiles::linkTo(const QString& path, const QString& suffix)
         return {};
     mLinks.append(link);
     return link;
+}
+
+bool JobFiles::isSourceOfOutputsKind() const
+{
+    if (!mSpec.format->isVideo())
+        return Formats::looksLike(*mSpec.format, mSourcePath);
+    return NativePath::suffix(mSpec.inputPath).toLower() == NativePath::suffix(mSpec.outputPath).toLower();
 }
 
 void JobFiles::noteFullDisk(Failure& failure) const

@@ -28,6 +28,9 @@ public:
     const QString& sourcePath() const { return mSourcePath; }
     const QString& resultPath() const { return mResultPath; }
 
+    /// Whether a copy of the source may have the output's name.
+    bool isSourceOfOutputsKind() const;
+
     /// Notes a likely cause of a failure, where a disk has less room than the source takes.
     void noteFullDisk(Failure& failure) const;
 
