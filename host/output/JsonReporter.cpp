@@ -1,14 +1,13 @@
 #include "host/output/JsonReporter.h"
 
 #include <QDateTime>
-#include <QJsonDocument>
 #include <QSysInfo>
 #include <QThread>
 
 #include <algorithm>
 
 #include "host/output/FailureText.h"
-#include "host/system/NativePath.h"
+#include "host/output/Json.h"
 
 using namespace Qt::StringLiterals;
 
@@ -21,78 +20,48 @@ double seconds(qint64 ms)
     return double(ms) / 1000;
 }
 
-// A name that is no text is told as its bytes, too.
-void addPath(QJsonObject& object, const QString& key, const QString& path)
-{
-    QString text = path;
-#ifndef Q_OS_WIN
-    if (!NativePath::isPlain(path)) {
-        const QByteArray bytes = NativePath::toBytes(path);
-        text = QString::fromUtf8(bytes);
-        object.insert(key + "Bytes"_L1, QString::fromLatin1(bytes.toBase64()));
-    }
-#endif
-    object.insert(key, text);
-}
+// By the outcome; an estimate and a failure have lines of their own.
+constexpr Json::Word kOutcomes[] = {Json::kDelivered, Json::kKept, Json::kNotWorth, Json::kSkipped,
+                                    Json::kPredicted};
+static_assert(int(Outcome::Predicted) + 1 == std::size(kOutcomes));
 
-QJsonObject jobObject(const char* type, const JobSpec& job)
+QJsonObject jobObject(Json::Word type, const JobSpec& job)
 {
-    QJsonObject object{{u"type"_s, QLatin1String(type)}, {u"job"_s, job.index}};
-    addPath(object, u"path"_s, job.inputPath);
+    QJsonObject object{{Json::kType, type}, {Json::kJob, job.index}};
+    Json::addPath(object, Json::kPath, job.inputPath);
     return object;
-}
-
-const char* outcomeId(Outcome outcome)
-{
-    switch (outcome) {
-    case Outcome::Delivered:
-        return "delivered";
-    case Outcome::Kept:
-        return "kept";
-    case Outcome::NotWorth:
-        return "not-worth";
-    case Outcome::Skipped:
-        return "skipped";
-    case Outcome::Predicted:
-        return "predicted";
-    case Outcome::Estimated:
-        return "estimated";
-    case Outcome::Failed:
-        break;
-    }
-    return "failed";
 }
 
 QJsonObject endObject(const JobResult& result)
 {
     if (result.outcome == Outcome::Failed) {
-        QJsonObject object = jobObject("error", result.spec);
-        object.insert(u"kind"_s, QLatin1String(failureId(result.failure.kind)));
-        object.insert(u"text"_s, failureText(result));
+        QJsonObject object = jobObject(Json::kError, result.spec);
+        object.insert(Json::kKind, QLatin1String(failureId(result.failure.kind)));
+        object.insert(Json::kText, failureText(result));
         if (result.failure.kind == FailureKind::EncoderFailed)
-            object.insert(u"code"_s, result.failure.code);
+            object.insert(Json::kCode, result.failure.code);
         if (!result.keptAt.isEmpty())
-            addPath(object, u"keptAt"_s, result.keptAt);
+            Json::addPath(object, Json::kKeptAt, result.keptAt);
         return object;
     }
     const bool isEstimate = result.outcome == Outcome::Estimated;
-    QJsonObject object = jobObject(isEstimate ? "estimate" : "result", result.spec);
-    addPath(object, u"output"_s, result.spec.outputPath);
-    object.insert(u"bytesBefore"_s, result.bytesBefore);
-    object.insert(u"seconds"_s, seconds(result.elapsedMs));
+    QJsonObject object = jobObject(isEstimate ? Json::kEstimate : Json::kResult, result.spec);
+    Json::addPath(object, Json::kOutput, result.spec.outputPath);
+    object.insert(Json::kBytesBefore, result.bytesBefore);
+    object.insert(Json::kSeconds, seconds(result.elapsedMs));
     if (isEstimate) {
-        object.insert(u"bytesLow"_s, result.estimate->low);
-        object.insert(u"bytesHigh"_s, result.estimate->high);
+        object.insert(Json::kBytesLow, result.estimate->low);
+        object.insert(Json::kBytesHigh, result.estimate->high);
         return object;
     }
-    object.insert(u"outcome"_s, QLatin1String(outcomeId(result.outcome)));
+    object.insert(Json::kOutcome, kOutcomes[int(result.outcome)]);
     if (result.outcome != Outcome::Skipped)
-        object.insert(u"bytesAfter"_s, result.bytesAfter);
-    object.insert(u"runs"_s, result.runs);
+        object.insert(Json::kBytesAfter, result.bytesAfter);
+    object.insert(Json::kRuns, result.runs);
     if (result.quality)
-        object.insert(u"quality"_s, *result.quality);
+        object.insert(Json::kQuality, *result.quality);
     if (result.ssim)
-        object.insert(u"ssim"_s, *result.ssim);
+        object.insert(Json::kSsim, *result.ssim);
     return object;
 }
 
@@ -100,22 +69,21 @@ QJsonObject endObject(const JobResult& result)
 
 void JsonReporter::write(const QJsonObject& object)
 {
-    mChannels.write(Platform::Channel::Output,
-                    QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)) + u'\n');
+    mChannels.write(Platform::Channel::Output, QString::fromUtf8(Json::line(object)));
 }
 
 void JsonReporter::planned(qint64 files, qint64 bytes)
 {
     const int cores = QThread::idealThreadCount();
-    QJsonObject object{{u"type"_s, u"run"_s},
-                       {u"version"_s, QLatin1String(VXC_VERSION)},
-                       {u"host"_s, QSysInfo::machineHostName()},
-                       {u"began"_s, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
-                       {u"cores"_s, mJobs > 0 ? std::min(mJobs, cores) : cores},
-                       {u"files"_s, files},
-                       {u"bytes"_s, bytes}};
+    QJsonObject object{{Json::kType, Json::kRun},
+                       {Json::kVersion, QLatin1String(VXC_VERSION)},
+                       {Json::kHost, QSysInfo::machineHostName()},
+                       {Json::kBegan, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+                       {Json::kCores, mJobs > 0 ? std::min(mJobs, cores) : cores},
+                       {Json::kFiles, files},
+                       {Json::kBytes, bytes}};
     if (!mShard.isWhole())
-        object.insert(u"shard"_s, mShard.text());
+        object.insert(Json::kShard, mShard.text());
     write(object);
 }
 
@@ -123,9 +91,9 @@ void JsonReporter::started(const JobSpec& job)
 {
     Running& running = mRunning[job.index];
     running.sinceStart.start();
-    QJsonObject object = jobObject("start", job);
-    addPath(object, u"output"_s, job.outputPath);
-    object.insert(u"bytes"_s, job.inputBytes);
+    QJsonObject object = jobObject(Json::kStart, job);
+    Json::addPath(object, Json::kOutput, job.outputPath);
+    object.insert(Json::kBytes, job.inputBytes);
     write(object);
 }
 
@@ -135,9 +103,9 @@ void JsonReporter::progressed(const JobSpec& job, double share)
     if (running.sinceTold.isValid() && running.sinceTold.elapsed() < kPaceMs)
         return;
     running.sinceTold.start();
-    QJsonObject object = jobObject("progress", job);
-    object.insert(u"share"_s, share);
-    object.insert(u"seconds"_s, seconds(running.sinceStart.elapsed()));
+    QJsonObject object = jobObject(Json::kProgress, job);
+    object.insert(Json::kShare, share);
+    object.insert(Json::kSeconds, seconds(running.sinceStart.elapsed()));
     write(object);
 }
 
@@ -149,9 +117,9 @@ void JsonReporter::settled(const JobResult& result)
 void JsonReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
-        QJsonObject object = jobObject("warning", result.spec);
-        object.insert(u"id"_s, warning.id);
-        object.insert(u"text"_s, warning.text);
+        QJsonObject object = jobObject(Json::kWarning, result.spec);
+        object.insert(Json::kId, warning.id);
+        object.insert(Json::kText, warning.text);
         write(object);
     }
     write(endObject(result));
@@ -164,27 +132,22 @@ void JsonReporter::remarked(const QString& line)
 
 void JsonReporter::refused(const QString& text)
 {
-    write({{u"type"_s, u"error"_s}, {u"kind"_s, u"usage"_s}, {u"text"_s, text}});
+    write({{Json::kType, Json::kError}, {Json::kKind, u"usage"_s}, {Json::kText, text}});
 }
 
 void JsonReporter::finished(const RunSummary& summary)
 {
-    QJsonObject object{{u"type"_s, u"summary"_s},
-                       {u"files"_s, summary.files},
-                       {u"delivered"_s, summary.delivered},
-                       {u"kept"_s, summary.kept},
-                       {u"skipped"_s, summary.skipped},
-                       {u"failed"_s, summary.failed},
-                       {u"passedOver"_s, summary.passedOver},
-                       {u"bytesBefore"_s, summary.bytesBefore},
-                       {u"bytesAfter"_s, summary.bytesAfter},
-                       {u"seconds"_s, seconds(summary.elapsedMs)},
-                       {u"status"_s, summary.status}};
+    QJsonObject object{{Json::kType, Json::kSummary},           {Json::kFiles, summary.files},
+                       {Json::kDelivered, summary.delivered},   {Json::kKept, summary.kept},
+                       {Json::kSkipped, summary.skipped},       {Json::kFailed, summary.failed},
+                       {Json::kIgnored, summary.ignored},       {Json::kBytesBefore, summary.bytesBefore},
+                       {Json::kBytesAfter, summary.bytesAfter}, {Json::kSeconds, seconds(summary.elapsedMs)},
+                       {Json::kStatus, summary.status}};
     if (summary.estimate) {
-        object.insert(u"bytesLow"_s, summary.estimate->low);
-        object.insert(u"bytesHigh"_s, summary.estimate->high);
+        object.insert(Json::kBytesLow, summary.estimate->low);
+        object.insert(Json::kBytesHigh, summary.estimate->high);
     }
     if (summary.signal)
-        object.insert(u"signal"_s, summary.signal);
+        object.insert(Json::kSignal, summary.signal);
     write(object);
 }

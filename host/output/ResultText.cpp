@@ -122,7 +122,7 @@ QString summaryText(const RunSummary& summary)
     const std::pair<qint64, const char*> counts[] = {{summary.kept, "kept"},
                                                      {summary.skipped, "skipped"},
                                                      {summary.failed, "failed"},
-                                                     {summary.passedOver, "passed over"}};
+                                                     {summary.ignored, "ignored"}};
     for (const auto& [count, what] : counts) {
         if (count > 0)
             parts.append(u"%1 %2"_s.arg(count).arg(QLatin1String(what)));

@@ -124,7 +124,7 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
         else if (entry.isRegular)
             files.append(entry.name);
         else
-            ++mPassedOver;
+            ++mIgnored;
     }
     if (!unread.isEmpty())
         return u"cannot read the folder %1: %2"_s.arg(shown(folder), unread);
@@ -138,7 +138,7 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
         if (isMediaName(name) && !isOutput)
             add(NativePath::join(folder, name), below, below, options);
         else
-            ++mPassedOver;
+            ++mIgnored;
     }
     files.clear();
     for (const QString& name : std::as_const(folders)) {

@@ -34,7 +34,7 @@ public:
     /// Of the options' part alone.
     qint64 count() const { return mCount; }
     /// Files of walked folders that are no media by their names.
-    qint64 passedOver() const { return mPassedOver; }
+    qint64 ignored() const { return mIgnored; }
     /// Whether a folder or a list was among them: then the output is a folder.
     bool isMany() const { return mIsMany; }
 
@@ -46,6 +46,6 @@ private:
 
     QFile mFile;
     qint64 mCount = 0;
-    qint64 mPassedOver = 0;
+    qint64 mIgnored = 0;
     bool mIsMany = false;
 };

@@ -24,7 +24,7 @@ public:
 
     qint64 files() const { return mInputs.count(); }
     qint64 bytes() const { return mBytes; }
-    qint64 passedOver() const { return mInputs.passedOver(); }
+    qint64 ignored() const { return mInputs.ignored(); }
 
     std::optional<PlannedJob> next();
 

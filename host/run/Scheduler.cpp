@@ -22,7 +22,7 @@ Scheduler::Scheduler(const JobContext& context, Plan& plan)
     : mContext(context), mPlan(plan), mSlots(QThread::idealThreadCount(), context.options.jobs)
 {
     mSummary.files = plan.files();
-    mSummary.passedOver = plan.passedOver();
+    mSummary.ignored = plan.ignored();
 }
 
 void Scheduler::stop()

@@ -23,7 +23,7 @@ QJsonObject readSchema()
     return QJsonDocument::fromJson(file.readAll()).object();
 }
 
-// The keywords that the schema uses; another one is refused, so that none is passed over.
+// The keywords that the schema uses; another one is refused, so that none goes unnoticed.
 class Schema
 {
 public:

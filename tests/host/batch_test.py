@@ -32,7 +32,7 @@ class Batch(Place):
         self.assertEqual([line.split(" -> ")[0] for line in run.out.splitlines()],
                          ["in/a.jpg", "in/c.mov", "in/deep er/b.png"])
         self.assertEqual(predicted.out.splitlines()[0].split(",")[0], run.out.splitlines()[0])
-        self.assertIn("3 files, 2 passed over: ", run.err)
+        self.assertIn("3 files, 2 ignored: ", run.err)
         again = self.run_host("-r", "in", "-o", "out", "--skip-existing")
         self.assertEqual(again.out.count("skipped"), 3)
         self.assertIn("3 failed:", self.run_host("-r", "in", "-o", "out", status=1).err)
@@ -195,7 +195,7 @@ class Batch(Place):
                 bytesAfter=after, seconds=seconds, runs=1)
 
         def summary(seconds):
-            return line("summary", files=9, delivered=0, kept=0, skipped=0, failed=0, passedOver=0, bytesBefore=0,
+            return line("summary", files=9, delivered=0, kept=0, skipped=0, failed=0, ignored=0, bytesBefore=0,
                         bytesAfter=0, seconds=seconds, status=0)
 
         killed = run("one", 2) + end("a.jpg", "delivered", 1000, 400, 2) + line("start", job=1, path="b<&.png", bytes=7) \

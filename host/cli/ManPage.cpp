@@ -1,10 +1,29 @@
-.TH VXCOMPRESS 1 @DATE@ "vxcompress @VERSION@" "User commands"
-.SH NAME
+#include "host/cli/ManPage.h"
+
+#include <cstring>
+#include <string>
+
+#include "host/cli/OptionTable.h"
+
+namespace {
+
+constexpr char kBegin[] = R"(.SH NAME
 vxcompress \- make image and video files smaller
 .SH SYNOPSIS
-.nf
-@SYNOPSIS@
-.fi
+.B vxcompress
+.RI [ options ] " INPUT OUTPUT"
+.br
+.B vxcompress
+.RI [ options ] " INPUT" ".\|.\|. " \-o " OUTPUT"
+.br
+.B vxcompress doctor
+.RB [ \-\-json ]
+.br
+.B vxcompress report
+.RB [ \-\-json ]
+.RB [ \-\-html
+.IR FILE ]
+.IR FILE .\|.\|.
 .SH DESCRIPTION
 .B vxcompress
 compresses JPEG, PNG and WebP images and videos, one or many in one call, with
@@ -21,21 +40,25 @@ An image or video that would not become smaller is left as it is.
 Results come on standard output, a line each and a summary; everything else
 comes on standard error.
 .SH OPTIONS
-@OPTIONS@
-.SH DOCTOR
+)";
+
+constexpr char kEnd[] = R"(.SH DOCTOR
 .B vxcompress doctor
 tells which encoders, which module and which libraries there are, makes a tiny
 encode with each, and says what to do
 about what is wrong.
-@OPTIONS doctor@
+With
+.B \-\-json
+the same is one JSON object.
 .SH REPORT
 .B vxcompress report
 adds up what many runs told with
 .BR \-\-json ,
 those that were killed included: what was saved, by kind, what failed, what took
 longest, and how much a core did.
-A file that is itself called report or doctor is given as ./report or ./doctor.
-@OPTIONS report@
+.B \-\-html
+writes it as a page, too.
+A file that is itself called report is given as ./report.
 .SH EXIT STATUS
 .TP
 .B 0
@@ -84,3 +107,50 @@ find . \-name '*.jpg' \-print0 | vxcompress \-0 \-\-files\-from \- \-\-in\-place
 .SH SEE ALSO
 .BR ffmpeg (1),
 .BR pngquant (1)
+)";
+
+// A bare hyphen would be typeset as one, and not found by who searches for an option.
+std::string escaped(const char* text)
+{
+    std::string result;
+    for (const char* c = text; *c; ++c) {
+        if (*c == '-')
+            result += "\\-";
+        else if (*c == '\\')
+            result += "\\e";
+        else
+            result += *c;
+    }
+    return result;
+}
+
+void writeOption(std::ostream& out, const OptionRow& row)
+{
+    out << ".TP\n\\fB";
+    if (row.shortName)
+        out << "\\-" << row.shortName << "\\fR, \\fB";
+    out << "\\-\\-" << escaped(row.longName) << "\\fR";
+    if (row.argument)
+        out << "=\\fI" << row.argument << "\\fR";
+    // A line that begins with a dot or a quote would be a command.
+    out << "\n\\&" << escaped(row.help) << ".\n";
+    if (row.choices)
+        out << "One of: " << row.choices << ".\n";
+    if (row.fallback)
+        out << "Without it: " << escaped(row.fallback) << ".\n";
+}
+
+} // namespace
+
+void writeManPage(std::ostream& out)
+{
+    out << ".TH VXCOMPRESS 1 " VXC_DATE " \"vxcompress " VXC_VERSION "\" \"User commands\"\n" << kBegin;
+    const char* group = "";
+    for (const OptionRow& row : optionTable()) {
+        if (std::strcmp(row.group, group) != 0)
+            out << ".SS " << row.group << '\n';
+        group = row.group;
+        writeOption(out, row);
+    }
+    out << kEnd;
+}
