@@ -5,7 +5,7 @@
 #include "compressor/FinishCode.h"
 #include "host/job/Format.h"
 #include "host/media/SuffixHint.h"
-#include "host/output/SizeText.h"
+#include "host/output/Figures.h"
 #include "host/system/NativePath.h"
 #include "host/system/PathText.h"
 

@@ -61,6 +61,12 @@ inline constexpr Word kSkipped("skipped");
 inline constexpr Word kPredicted("predicted");
 inline constexpr Word kFailed("failed");
 
+/// Times are told in seconds.
+inline double seconds(qint64 ms)
+{
+    return double(ms) / 1000;
+}
+
 /// The object as one line.
 QByteArray line(const QJsonObject& object);
 

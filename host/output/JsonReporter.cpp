@@ -15,11 +15,6 @@ namespace {
 
 constexpr qint64 kPaceMs = 100;
 
-double seconds(qint64 ms)
-{
-    return double(ms) / 1000;
-}
-
 // By the outcome; an estimate and a failure have lines of their own.
 constexpr Json::Word kOutcomes[] = {Json::kDelivered, Json::kKept, Json::kNotWorth, Json::kSkipped,
                                     Json::kPredicted};
@@ -48,7 +43,7 @@ QJsonObject endObject(const JobResult& result)
     QJsonObject object = jobObject(isEstimate ? Json::kEstimate : Json::kResult, result.spec);
     Json::addPath(object, Json::kOutput, result.spec.outputPath);
     object.insert(Json::kBytesBefore, result.bytesBefore);
-    object.insert(Json::kSeconds, seconds(result.elapsedMs));
+    object.insert(Json::kSeconds, Json::seconds(result.elapsedMs));
     if (isEstimate) {
         object.insert(Json::kBytesLow, result.estimate->low);
         object.insert(Json::kBytesHigh, result.estimate->high);
@@ -105,7 +100,7 @@ void JsonReporter::progressed(const JobSpec& job, double share)
     running.sinceTold.start();
     QJsonObject object = jobObject(Json::kProgress, job);
     object.insert(Json::kShare, share);
-    object.insert(Json::kSeconds, seconds(running.sinceStart.elapsed()));
+    object.insert(Json::kSeconds, Json::seconds(running.sinceStart.elapsed()));
     write(object);
 }
 
@@ -137,12 +132,13 @@ void JsonReporter::refused(const QString& text)
 
 void JsonReporter::finished(const RunSummary& summary)
 {
-    QJsonObject object{{Json::kType, Json::kSummary},           {Json::kFiles, summary.files},
-                       {Json::kDelivered, summary.delivered},   {Json::kKept, summary.kept},
-                       {Json::kSkipped, summary.skipped},       {Json::kFailed, summary.failed},
-                       {Json::kIgnored, summary.ignored},       {Json::kBytesBefore, summary.bytesBefore},
-                       {Json::kBytesAfter, summary.bytesAfter}, {Json::kSeconds, seconds(summary.elapsedMs)},
-                       {Json::kStatus, summary.status}};
+    QJsonObject object{
+        {Json::kType, Json::kSummary},           {Json::kFiles, summary.files},
+        {Json::kDelivered, summary.delivered},   {Json::kKept, summary.kept},
+        {Json::kSkipped, summary.skipped},       {Json::kFailed, summary.failed},
+        {Json::kIgnored, summary.ignored},       {Json::kBytesBefore, summary.bytesBefore},
+        {Json::kBytesAfter, summary.bytesAfter}, {Json::kSeconds, Json::seconds(summary.elapsedMs)},
+        {Json::kStatus, summary.status}};
     if (summary.estimate) {
         object.insert(Json::kBytesLow, summary.estimate->low);
         object.insert(Json::kBytesHigh, summary.estimate->high);

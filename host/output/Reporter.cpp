@@ -1,7 +1,6 @@
 #include "host/output/Reporter.h"
 
 #include <QCoreApplication>
-#include <QProcess>
 #include <QThread>
 
 #include "host/output/JsonReporter.h"
@@ -15,40 +14,18 @@ namespace {
 JobEvents* logEvents = nullptr;
 bool logIsVerbose = false;
 
-QString asCommand(const QStringList& words)
-{
-    QStringList quoted;
-    for (const QString& word : words)
-        quoted.append(shellWord(word));
-    return "$ "_L1 + quoted.join(u' ');
-}
-
-// The module's command as a shell would take it; any other line as it is.
-QString readable(const QString& line)
-{
-    static const QLatin1String kCommand("ffmpeg cmd: ");
-    const QString text = line.startsWith(u'"') && line.endsWith(u'"') ? line.mid(1, line.size() - 2) : line;
-    if (!text.startsWith(kCommand))
-        return shown(line);
-    QString command = text.mid(kCommand.size()).trimmed();
-    // As Qt's debug stream wrote it.
-    if (command.startsWith(u'"') && command.endsWith(u'"'))
-        command = command.mid(1, command.size() - 2).replace("\\\""_L1, "\""_L1).replace("\\\\"_L1, "\\"_L1);
-    return asCommand(QProcess::splitCommand(command));
-}
-
 void handle(QtMsgType type, const QMessageLogContext&, const QString& text)
 {
     if (type == QtDebugMsg && !logIsVerbose)
         return;
-    const auto tell = [line = readable(text)] {
+    const auto remark = [line = shown(text)] {
         if (logEvents)
             logEvents->remarked(line);
     };
     if (!qApp || QThread::currentThread() == qApp->thread())
-        tell();
+        remark();
     else
-        QMetaObject::invokeMethod(qApp, tell, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(qApp, remark, Qt::QueuedConnection);
 }
 
 bool wantsColor(const Options& options, Platform::Channel channel)

@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-#include "host/job/Format.h"
-#include "host/output/ResultText.h"
-#include "host/output/SizeText.h"
-#include "host/system/NativePath.h"
 #include "host/system/PathText.h"
 
 using namespace Qt::StringLiterals;
@@ -48,28 +44,9 @@ void TerminalReporter::planned(qint64 files, qint64 bytes)
     mTimer.start();
 }
 
-void TerminalReporter::started(const JobSpec& job)
-{
-    Running running{shown(job.inputPath), job.inputBytes, job.format->isVideo(), 0, 0, {}};
-    running.clock.start();
-    mRunning.emplace(job.index, std::move(running));
-}
-
-void TerminalReporter::measured(const JobSpec& job, qint64 videoMs)
-{
-    if (const auto found = mRunning.find(job.index); found != mRunning.end())
-        found->second.videoMs = videoMs;
-}
-
-void TerminalReporter::progressed(const JobSpec& job, double share)
-{
-    if (const auto found = mRunning.find(job.index); found != mRunning.end())
-        found->second.share = share;
-}
-
 void TerminalReporter::settled(const JobResult& result)
 {
-    mRunning.erase(result.spec.index);
+    TextReporter::settled(result);
     ++mDoneFiles;
     mDoneBytes += result.bytesBefore;
     if (result.outcome == Outcome::Delivered || result.outcome == Outcome::Predicted)
@@ -155,15 +132,14 @@ QStringList TerminalReporter::block(Platform::TerminalSize size) const
         if (size_t(lines.size()) < most)
             lines.append(jobLine(job, columns));
     }
-    if (files() > 1)
+    if (mFiles > 1)
         lines.append(wholeLine(columns));
     return lines;
 }
 
 QString TerminalReporter::jobLine(const Running& job, int columns) const
 {
-    QString text = job.isVideo ? progressText(job.share, job.clock.elapsed(), job.videoMs)
-                               : timeText(job.clock.elapsed());
+    QString text = job.isVideo ? job.progress() : timeText(job.clock.elapsed());
     if (job.isVideo && columns >= kColumnsForBar) {
         const int cells = int(std::clamp(job.share, 0.0, 1.0) * kBarCells);
         text = u"[%1] %2"_s.arg(QString(cells, u'#').leftJustified(kBarCells, u'-'), text);
@@ -180,7 +156,7 @@ QString TerminalReporter::wholeLine(int columns) const
     for (const auto& [index, job] : mRunning)
         doneBytes += job.share * double(job.bytes);
     const double share = mBytes > 0 ? std::min(doneBytes / double(mBytes), 1.0) : 0;
-    QString text = u"%1 of %2 files, %3 of %4"_s.arg(QString::number(mDoneFiles), QString::number(files()),
+    QString text = u"%1 of %2 files, %3 of %4"_s.arg(QString::number(mDoneFiles), QString::number(mFiles),
                                                      sizeText(qint64(doneBytes)), sizeText(mBytes));
     if (mSavedBytes > 0)
         text += u", saved %1"_s.arg(sizeText(mSavedBytes));

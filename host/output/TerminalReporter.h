@@ -3,8 +3,6 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-#include <map>
-
 #include "host/output/TextReporter.h"
 
 /// The plain lines, and below them on a terminal one line a running job and one for the whole, which are gone
@@ -16,27 +14,16 @@ public:
     ~TerminalReporter() override;
 
     void planned(qint64 files, qint64 bytes) override;
-    void started(const JobSpec& job) override;
-    void measured(const JobSpec& job, qint64 videoMs) override;
-    void progressed(const JobSpec& job, double share) override;
     void settled(const JobResult& result) override;
     void refused(const QString& text) override;
     void finished(const RunSummary& summary) override;
 
 protected:
     void print(Platform::Channel channel, const QString& line) override;
+    /// The block has it.
+    void showProgress(Running&) override {}
 
 private:
-    struct Running
-    {
-        QString name;
-        qint64 bytes = 0;
-        bool isVideo = false;
-        qint64 videoMs = 0;
-        double share = 0;
-        QElapsedTimer clock;
-    };
-
     void redraw();
     void flush();
     /// What takes the block off the terminal.
@@ -45,10 +32,8 @@ private:
     QString jobLine(const Running& job, int columns) const;
     QString wholeLine(int columns) const;
 
-    OutputChannels mChannels;
     QTimer mTimer;
     QElapsedTimer mClock;
-    std::map<qint64, Running> mRunning; ///< by the jobs' order
     std::vector<std::pair<Platform::Channel, QString>> mPending;
     bool mIsDrawn = false;
     qint64 mBytes = 0;

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kPaceMs = 10000;
-// That a summary tells again; a screen or two.
+// What a summary lists again; a screen or two.
 constexpr qsizetype kMaxFailures = 50;
 
 constexpr char kRed[] = "\x1b[31m";
@@ -24,11 +24,11 @@ void TextReporter::print(Platform::Channel channel, const QString& line)
     mChannels.write(channel, line + u'\n');
 }
 
-void TextReporter::say(const QString& text, Tone tone)
+void TextReporter::say(const QString& text, const char* color)
 {
     QString name = u"vxcompress:"_s;
-    if (mStyle.hasColor && tone != Tone::Plain)
-        name = QLatin1String(tone == Tone::Failure ? kRed : kYellow) + name + QLatin1String(kNormal);
+    if (mStyle.hasColor && color)
+        name = QLatin1String(color) + name + QLatin1String(kNormal);
     print(Platform::Channel::Error, name + u' ' + text);
 }
 
@@ -39,55 +39,61 @@ void TextReporter::planned(qint64 files, qint64)
 
 void TextReporter::started(const JobSpec& job)
 {
-    if (!job.format->isVideo())
-        return;
-    Video& video = mVideos[job.index];
-    video.sinceStart.start();
-    video.sinceTold.start();
+    Running& running = mRunning[job.index];
+    running.name = shown(job.inputPath);
+    running.bytes = job.inputBytes;
+    running.isVideo = job.format->isVideo();
+    running.clock.start();
+    running.sinceShown.start();
 }
 
 void TextReporter::measured(const JobSpec& job, qint64 videoMs)
 {
-    if (mVideos.contains(job.index))
-        mVideos[job.index].videoMs = videoMs;
+    mRunning.at(job.index).videoMs = videoMs;
 }
 
 void TextReporter::progressed(const JobSpec& job, double share)
 {
-    const auto video = mVideos.find(job.index);
-    if (mStyle.isQuiet || video == mVideos.end() || video->sinceTold.elapsed() < kPaceMs)
+    Running& running = mRunning.at(job.index);
+    running.share = share;
+    if (running.isVideo && !mStyle.isQuiet)
+        showProgress(running);
+}
+
+void TextReporter::showProgress(Running& video)
+{
+    if (video.sinceShown.elapsed() < kPaceMs)
         return;
-    video->sinceTold.start();
-    say(u"%1: %2"_s.arg(shown(job.inputPath),
-                        progressText(share, video->sinceStart.elapsed(), video->videoMs)));
+    video.sinceShown.start();
+    say(u"%1: %2"_s.arg(video.name, video.progress()));
 }
 
 void TextReporter::settled(const JobResult& result)
 {
-    mVideos.remove(result.spec.index);
+    mRunning.erase(result.spec.index);
 }
 
 void TextReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
         if (!mStyle.isQuiet)
-            say(u"%1: %2"_s.arg(shown(result.spec.inputPath), warning.text), Tone::Doubt);
+            say(u"%1: %2"_s.arg(shown(result.spec.inputPath), warning.text), kYellow);
     }
     if (result.isInterrupted())
         return;
     if (result.outcome == Outcome::Failed) {
         const QString text = failureText(result);
-        say(text, Tone::Failure);
+        say(text, kRed);
         ++mFailureCount;
         if (mFailures.size() < kMaxFailures)
             mFailures.append(text);
     } else if (!mStyle.isQuiet) {
-        tellResult(result);
+        sayResult(result);
     }
 }
 
 // Estimates of many files are a table.
-void TextReporter::tellResult(const JobResult& result)
+void TextReporter::sayResult(const JobResult& result)
 {
     if (result.outcome != Outcome::Estimated || mFiles == 1)
         return print(Platform::Channel::Output, resultText(result));
@@ -100,7 +106,7 @@ void TextReporter::tellResult(const JobResult& result)
 void TextReporter::stopping(int runningJobs)
 {
     if (runningJobs > 0 && !mStyle.isQuiet)
-        say(u"interrupted: ending what runs (once more ends at once)"_s);
+        say(u"interrupted: stopping the running jobs (interrupt again to stop at once)"_s);
 }
 
 void TextReporter::remarked(const QString& line)
@@ -110,22 +116,22 @@ void TextReporter::remarked(const QString& line)
 
 void TextReporter::refused(const QString& text)
 {
-    say(text, Tone::Failure);
+    say(text, kRed);
 }
 
 void TextReporter::finished(const RunSummary& summary)
 {
     if (mStyle.isQuiet || summary.files == 1)
         return;
-    if (mHasTable && summary.estimate) {
+    if (mHasTable && summary.estimate)
         print(Platform::Channel::Output, estimateRow(summary.bytesBefore, *summary.estimate, u"in all"_s));
-    }
     say(summaryText(summary));
     if (mFailureCount == 0)
         return;
-    say(u"%1 failed:"_s.arg(mFailureCount), Tone::Failure);
+    say(u"%1 failed:"_s.arg(mFailureCount), kRed);
     for (const QString& text : std::as_const(mFailures))
         print(Platform::Channel::Error, u"  "_s + text);
     if (mFailureCount > mFailures.size())
-        print(Platform::Channel::Error, u"  and %1 more, told above"_s.arg(mFailureCount - mFailures.size()));
+        print(Platform::Channel::Error,
+              u"  and %1 more, which are named above"_s.arg(mFailureCount - mFailures.size()));
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QHash>
 #include <QStringList>
 
+#include <map>
+
 #include "host/job/JobEvents.h"
+#include "host/output/Figures.h"
 #include "host/output/OutputChannels.h"
 
 struct TextStyle
@@ -13,7 +15,7 @@ struct TextStyle
     bool hasColor = false;
 };
 
-/// Plain lines: results on standard output, all else on standard error behind "vxcompress: ". A video that
+/// Plain lines: results on standard output, all else on standard error after "vxcompress: ". A video that
 /// takes long shows a line with its progress now and then.
 class TextReporter : public JobEvents
 {
@@ -32,33 +34,35 @@ public:
     void finished(const RunSummary& summary) override;
 
 protected:
-    enum class Tone
+    struct Running
     {
-        Plain,
-        Doubt,
-        Failure
+        QString name;
+        qint64 bytes = 0;
+        bool isVideo = false;
+        qint64 videoMs = 0;
+        double share = 0;
+        QElapsedTimer clock;
+        QElapsedTimer sinceShown;
+
+        QString progress() const { return progressText(share, clock.elapsed(), videoMs); }
     };
 
     /// A whole line, without its end.
     virtual void print(Platform::Channel channel, const QString& line);
-    void say(const QString& text, Tone tone = Tone::Plain);
-    qint64 files() const { return mFiles; }
+    /// A video's share has grown.
+    virtual void showProgress(Running& video);
 
-private:
-    struct Video
-    {
-        QElapsedTimer sinceStart;
-        QElapsedTimer sinceTold;
-        qint64 videoMs = 0;
-    };
-
-    void tellResult(const JobResult& result);
-
-    TextStyle mStyle;
     OutputChannels mChannels;
     qint64 mFiles = 0;
-    QHash<qint64, Video> mVideos; ///< the running ones
-    QStringList mFailures;
+    std::map<qint64, Running> mRunning; ///< by the jobs' order
+
+private:
+    /// What is not plain has a colour.
+    void say(const QString& text, const char* color = nullptr);
+    void sayResult(const JobResult& result);
+
+    TextStyle mStyle;
+    QStringList mFailures; ///< the first ones, for the summary
     qint64 mFailureCount = 0;
     bool mHasTable = false;
 };

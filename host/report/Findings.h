@@ -4,7 +4,24 @@
 #include <QMap>
 #include <QString>
 
+#include <array>
 #include <limits>
+#include <numeric>
+
+#include "host/output/Json.h"
+
+/// What came of a file in all runs; the best comes last, and holds.
+enum class FileEnd : quint8
+{
+    Unfinished, ///< a run began it and was killed
+    Failed,
+    Skipped, ///< and nothing else is said of it
+    Predicted,
+    Kept,
+    Delivered
+};
+inline constexpr Json::Word kFileEnds[] = {Json::Word("unfinished"), Json::kFailed, Json::kSkipped,
+                                           Json::kPredicted,         Json::kKept,   Json::kDelivered};
 
 /// What the streams of many runs say in all. A file counts once, whatever many runs have done to it.
 struct Findings
@@ -12,8 +29,8 @@ struct Findings
     /// Sums end at the largest number: what a stream says need not be true.
     static void add(qint64& sum, qint64 more)
     {
-        sum =
-            sum > std::numeric_limits<qint64>::max() - more ? std::numeric_limits<qint64>::max() : sum + more;
+        constexpr qint64 kMost = std::numeric_limits<qint64>::max();
+        sum = sum > kMost - more ? kMost : sum + more;
     }
 
     struct Kind
@@ -21,22 +38,24 @@ struct Findings
         qint64 files = 0; ///< delivered and kept ones
         qint64 bytesBefore = 0;
         qint64 bytesAfter = 0;
-        double seconds = 0; ///< of one job after the other
+        qint64 ms = 0; ///< of one job after the other
     };
     struct Machine
     {
         qint64 runs = 0;
         qint64 files = 0; ///< worked on by the runs that came to their end
         qint64 bytes = 0; ///< of them, before
-        double coreSeconds = 0;
+        qint64 coreMs = 0;
 
-        double filesPerCoreSecond() const { return coreSeconds > 0 ? double(files) / coreSeconds : 0; }
-        double bytesPerCoreSecond() const { return coreSeconds > 0 ? double(bytes) / coreSeconds : 0; }
+        double perCoreSecond(qint64 amount) const
+        {
+            return coreMs > 0 ? double(amount) / Json::seconds(coreMs) : 0;
+        }
     };
     struct Slow
     {
         QString path;
-        double seconds = 0;
+        qint64 ms = 0;
         qint64 bytes = 0;
     };
     struct Failed
@@ -50,28 +69,22 @@ struct Findings
     qint64 runsWithoutEnd = 0;
     qint64 cutLines = 0;     ///< of killed runs
     qint64 foreignLines = 0; ///< no part of a stream
-    double spanSeconds = 0;  ///< from the first beginning to the last end that is told
+    qint64 spanMs = 0;       ///< from the first beginning to the last end that is known
 
-    qint64 files = 0;
-    qint64 delivered = 0;
-    qint64 kept = 0;
-    qint64 skipped = 0; ///< and nothing else told of them
-    qint64 predicted = 0;
-    qint64 failed = 0;
-    qint64 unfinished = 0; ///< a run began them and was killed, and no other told an end
-    qint64 bytesBefore = 0;
+    std::array<qint64, std::size(kFileEnds)> ends{}; ///< how many files, by FileEnd
+    qint64 bytesBefore = 0;                          ///< of delivered and kept files
     qint64 bytesAfter = 0;
 
     QMap<QString, Kind> kinds; ///< by the output's suffix
     QMap<QString, Machine> machines;
-    QList<qint64>
-        durations; ///< how many jobs took less than 0.1 s, 0.2 s, 0.4 s and so on; the last one has the rest
+    QList<qint64> durations;  ///< files that took less than 0.1 s, 0.2 s, 0.4 s and so on; then the rest
     QList<Slow> slowest;      ///< first the slowest
     QList<Failed> failures;   ///< unfinished ones too, in the order of their names
     QList<QString> runErrors; ///< of runs that could not be begun
 
-    static constexpr double kFirstDuration = 0.1;
+    static constexpr qint64 kFirstDurationMs = 100;
 
+    qint64 files() const { return std::accumulate(ends.begin(), ends.end(), qint64(0)); }
     Machine allMachines() const
     {
         Machine sum;
@@ -79,7 +92,7 @@ struct Findings
             sum.runs += machine.runs;
             sum.files += machine.files;
             add(sum.bytes, machine.bytes);
-            sum.coreSeconds += machine.coreSeconds;
+            add(sum.coreMs, machine.coreMs);
         }
         return sum;
     }

@@ -5,9 +5,7 @@
 #include <cstdio>
 
 #include "host/job/ExitStatus.h"
-#include "host/report/ReportHtml.h"
-#include "host/report/ReportJson.h"
-#include "host/report/ReportText.h"
+#include "host/report/Report.h"
 #include "host/report/StreamTally.h"
 #include "host/system/NativePath.h"
 #include "host/system/PathText.h"

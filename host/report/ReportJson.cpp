@@ -1,59 +1,54 @@
-#include "host/report/ReportJson.h"
-
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+
+#include "host/report/Report.h"
 
 using namespace Qt::StringLiterals;
 
 QByteArray reportJson(const Findings& sum)
 {
     QJsonArray kinds;
-    for (auto kind = sum.kinds.begin(); kind != sum.kinds.end(); ++kind) {
-        kinds.append(QJsonObject{{u"kind"_s, kind.key()},
-                                 {u"files"_s, kind->files},
-                                 {u"bytesBefore"_s, kind->bytesBefore},
-                                 {u"bytesAfter"_s, kind->bytesAfter},
-                                 {u"seconds"_s, kind->seconds}});
+    for (const auto& [name, kind] : sum.kinds.asKeyValueRange()) {
+        kinds.append(QJsonObject{{Json::kKind, name},
+                                 {Json::kFiles, kind.files},
+                                 {Json::kBytesBefore, kind.bytesBefore},
+                                 {Json::kBytesAfter, kind.bytesAfter},
+                                 {Json::kSeconds, Json::seconds(kind.ms)}});
     }
     QJsonArray machines;
-    for (auto machine = sum.machines.begin(); machine != sum.machines.end(); ++machine) {
-        machines.append(QJsonObject{{u"host"_s, machine.key()},
-                                    {u"runs"_s, machine->runs},
-                                    {u"files"_s, machine->files},
-                                    {u"bytes"_s, machine->bytes},
-                                    {u"coreSeconds"_s, machine->coreSeconds}});
+    for (const auto& [name, machine] : sum.machines.asKeyValueRange()) {
+        machines.append(QJsonObject{{Json::kHost, name},
+                                    {Json::kRuns, machine.runs},
+                                    {Json::kFiles, machine.files},
+                                    {Json::kBytes, machine.bytes},
+                                    {u"coreSeconds"_s, Json::seconds(machine.coreMs)}});
     }
     QJsonArray slowest;
     for (const Findings::Slow& file : sum.slowest)
-        slowest.append(
-            QJsonObject{{u"path"_s, file.path}, {u"seconds"_s, file.seconds}, {u"bytes"_s, file.bytes}});
+        slowest.append(QJsonObject{
+            {Json::kPath, file.path}, {Json::kSeconds, Json::seconds(file.ms)}, {Json::kBytes, file.bytes}});
     QJsonArray failures;
     for (const Findings::Failed& file : sum.failures)
-        failures.append(QJsonObject{{u"path"_s, file.path}, {u"kind"_s, file.kind}, {u"text"_s, file.text}});
+        failures.append(
+            QJsonObject{{Json::kPath, file.path}, {Json::kKind, file.kind}, {Json::kText, file.text}});
     const Findings::Machine all = sum.allMachines();
-    const QJsonObject object{{u"type"_s, u"report"_s},
-                             {u"runs"_s, sum.runs},
-                             {u"runsWithoutEnd"_s, sum.runsWithoutEnd},
-                             {u"runErrors"_s, QJsonArray::fromStringList(sum.runErrors)},
-                             {u"cutLines"_s, sum.cutLines},
-                             {u"foreignLines"_s, sum.foreignLines},
-                             {u"seconds"_s, sum.spanSeconds},
-                             {u"files"_s, sum.files},
-                             {u"delivered"_s, sum.delivered},
-                             {u"kept"_s, sum.kept},
-                             {u"skipped"_s, sum.skipped},
-                             {u"predicted"_s, sum.predicted},
-                             {u"failed"_s, sum.failed},
-                             {u"unfinished"_s, sum.unfinished},
-                             {u"bytesBefore"_s, sum.bytesBefore},
-                             {u"bytesAfter"_s, sum.bytesAfter},
-                             {u"coreSeconds"_s, all.coreSeconds},
-                             {u"filesPerCoreSecond"_s, all.filesPerCoreSecond()},
-                             {u"bytesPerCoreSecond"_s, all.bytesPerCoreSecond()},
-                             {u"kinds"_s, kinds},
-                             {u"machines"_s, machines},
-                             {u"slowest"_s, slowest},
-                             {u"failures"_s, failures}};
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    QJsonObject object{{Json::kType, u"report"_s},
+                       {Json::kRuns, sum.runs},
+                       {u"runsWithoutEnd"_s, sum.runsWithoutEnd},
+                       {u"runErrors"_s, QJsonArray::fromStringList(sum.runErrors)},
+                       {u"cutLines"_s, sum.cutLines},
+                       {u"foreignLines"_s, sum.foreignLines},
+                       {Json::kSeconds, Json::seconds(sum.spanMs)},
+                       {Json::kFiles, sum.files()},
+                       {Json::kBytesBefore, sum.bytesBefore},
+                       {Json::kBytesAfter, sum.bytesAfter},
+                       {u"coreSeconds"_s, Json::seconds(all.coreMs)},
+                       {u"filesPerCoreSecond"_s, all.perCoreSecond(all.files)},
+                       {u"bytesPerCoreSecond"_s, all.perCoreSecond(all.bytes)},
+                       {u"kinds"_s, kinds},
+                       {u"machines"_s, machines},
+                       {u"slowest"_s, slowest},
+                       {u"failures"_s, failures}};
+    for (size_t end = 0; end < sum.ends.size(); ++end)
+        object.insert(kFileEnds[end], sum.ends[end]);
+    return Json::line(object);
 }

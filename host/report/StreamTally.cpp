@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/system/PathText.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -15,29 +15,29 @@ namespace {
 constexpr qsizetype kMaxSlowest = 20;
 constexpr qsizetype kDurations = 16;
 constexpr qint64 kMostCores = 1'000'000;
+// Some thirty years.
+constexpr double kMostSeconds = 1e9;
 
 QJsonObject objectIn(const QByteArray& text)
 {
     const QJsonObject object = QJsonDocument::fromJson(text).object();
-    return object.value("type"_L1).isString() ? object : QJsonObject();
+    return object.value(Json::kType).isString() ? object : QJsonObject();
 }
 
-qint64 whole(const QJsonObject& object, QLatin1StringView name)
+qint64 whole(const QJsonObject& object, Json::Word key)
 {
-    return std::max<qint64>(object.value(name).toInteger(), 0);
+    return std::max<qint64>(object.value(key).toInteger(), 0);
 }
 
-// A stream tells whole milliseconds, of less than some thirty years.
-double secondsIn(const QJsonObject& object)
+qint64 msIn(const QJsonObject& object)
 {
-    const double seconds = std::clamp(object.value("seconds"_L1).toDouble(), 0.0, 1e9);
-    return std::round(seconds * 1000) / 1000;
+    return std::llround(std::clamp(object.value(Json::kSeconds).toDouble(), 0.0, kMostSeconds) * 1000);
 }
 
-// Failures and the rest, where a name may have come with any byte.
-QString text(const QJsonObject& object, QLatin1StringView name)
+// A name, too, may come with any byte.
+QString text(const QJsonObject& object, Json::Word key)
 {
-    return shown(object.value(name).toString());
+    return shown(object.value(key).toString());
 }
 
 } // namespace
@@ -50,202 +50,154 @@ bool StreamTally::addLine(const QByteArray& line)
     QJsonObject object = objectIn(trimmed);
     if (!object.isEmpty())
         return add(object);
-    // The beginning of a line that was cut, with what the next run wrote behind it.
+    // The beginning of a line that was cut, followed by what the next run wrote.
     for (qsizetype at = trimmed.indexOf('{', 1); at > 0 && object.isEmpty();
          at = trimmed.indexOf('{', at + 1))
         object = objectIn(QByteArray::fromRawData(trimmed.constData() + at, trimmed.size() - at));
-    if (trimmed.startsWith('{'))
-        ++mSum.cutLines;
-    else
-        ++mSum.foreignLines;
-    return !object.isEmpty() ? add(object) : trimmed.startsWith('{');
+    const bool isCut = trimmed.startsWith('{');
+    ++(isCut ? mSum.cutLines : mSum.foreignLines);
+    return object.isEmpty() ? isCut : add(object);
 }
 
 bool StreamTally::add(const QJsonObject& object)
 {
-    const QString type = object.value("type"_L1).toString();
-    if (type == "run"_L1) {
-        begin(object);
-    } else if (type == "start"_L1) {
-        Record record;
-        record.before = whole(object, "bytes"_L1);
-        note(keyOf(object), record);
-    } else if (type == "result"_L1 || type == "estimate"_L1) {
+    const QString type = object.value(Json::kType).toString();
+    if (type == Json::kRun) {
+        addRun(object);
+    } else if (type == Json::kStart) {
+        note(object, {.before = whole(object, Json::kBytes)});
+    } else if (type == Json::kResult || type == Json::kEstimate) {
         addEnd(object);
-    } else if (type == "error"_L1) {
+    } else if (type == Json::kError) {
         addError(object);
-    } else if (type == "summary"_L1) {
+    } else if (type == Json::kSummary) {
         addSummary(object);
-    } else if (type != "progress"_L1 && type != "warning"_L1) {
+    } else if (type != Json::kProgress && type != Json::kWarning) {
         ++mSum.foreignLines;
         return false;
     }
     return true;
 }
 
-void StreamTally::begin(const QJsonObject& object)
+void StreamTally::addRun(const QJsonObject& object)
 {
     endStream();
-    mIsOpen = true;
+    mRun = {.host = text(object, Json::kHost),
+            .began = QDateTime::fromString(object.value(Json::kBegan).toString(), Qt::ISODateWithMs),
+            .cores = std::clamp<qint64>(whole(object, Json::kCores), 1, kMostCores)};
     ++mSum.runs;
-    mRun.host = text(object, "host"_L1);
-    mRun.cores = int(std::clamp<qint64>(whole(object, "cores"_L1), 1, kMostCores));
-    mRun.began = QDateTime::fromString(object.value("began"_L1).toString(), Qt::ISODateWithMs);
-    ++mSum.machines[mRun.host].runs;
-    if (mRun.began.isValid() && (!mFirst.isValid() || mRun.began < mFirst))
-        mFirst = mRun.began;
+    ++mSum.machines[mRun->host].runs;
+    if (mRun->began.isValid() && (!mFirst.isValid() || mRun->began < mFirst))
+        mFirst = mRun->began;
 }
 
 void StreamTally::endStream()
 {
-    if (mIsOpen)
-        ++mSum.runsWithoutEnd;
-    mIsOpen = false;
-    mRun = Run();
+    mSum.runsWithoutEnd += mRun.has_value();
+    mRun.reset();
 }
 
 void StreamTally::addEnd(const QJsonObject& object)
 {
-    static const QHash<QString, End> kEnds{{u"delivered"_s, End::Delivered}, {u"kept"_s, End::Kept},
-                                           {u"not-worth"_s, End::NotWorth},  {u"skipped"_s, End::Skipped},
-                                           {u"predicted"_s, End::Predicted}, {QString(), End::Predicted}};
-    Record record;
-    record.end = kEnds.value(object.value("outcome"_L1).toString(), End::Predicted);
-    record.before = whole(object, "bytesBefore"_L1);
+    static const QHash<QString, FileEnd> kEnds{{Json::kDelivered, FileEnd::Delivered},
+                                               {Json::kKept, FileEnd::Kept},
+                                               {Json::kNotWorth, FileEnd::Kept},
+                                               {Json::kSkipped, FileEnd::Skipped}};
+    const QString outcome = object.value(Json::kOutcome).toString();
+    Record record{.before = whole(object, Json::kBytesBefore),
+                  .after = whole(object, Json::kBytesAfter),
+                  .ms = msIn(object),
+                  .kind = kindOf(object),
+                  .end = kEnds.value(outcome, FileEnd::Predicted)};
     // What is not worth it stays as it is.
-    record.after = record.end == End::NotWorth ? record.before : whole(object, "bytesAfter"_L1);
-    record.seconds = float(secondsIn(object));
-    record.kind = kindOf(object);
-    note(keyOf(object), record);
-    if (record.end != End::Skipped) {
-        ++mRun.files;
-        Findings::add(mRun.bytes, record.before);
+    if (outcome == Json::kNotWorth)
+        record.after = record.before;
+    note(object, record);
+    if (mRun && record.end != FileEnd::Skipped) {
+        ++mRun->files;
+        Findings::add(mRun->bytes, record.before);
     }
 }
 
 void StreamTally::addError(const QJsonObject& object)
 {
-    const QByteArray key = keyOf(object);
-    if (key.isEmpty()) {
-        mSum.runErrors.append(text(object, "text"_L1));
+    const QString path = Json::pathIn(object, Json::kPath);
+    if (path.isEmpty()) {
+        mSum.runErrors.append(text(object, Json::kText));
         return;
     }
-    Record record;
-    record.end = End::Failed;
-    note(key, record);
-    mFaults.insert(key, {text(object, "kind"_L1), text(object, "text"_L1)});
+    note(object, {.end = FileEnd::Failed});
+    mFaults.insert(path, {text(object, Json::kKind), text(object, Json::kText)});
 }
 
 void StreamTally::addSummary(const QJsonObject& object)
 {
-    const double seconds = secondsIn(object);
-    if (mIsOpen) {
-        Findings::Machine& machine = mSum.machines[mRun.host];
-        machine.files += mRun.files;
-        Findings::add(machine.bytes, mRun.bytes);
-        machine.coreSeconds += seconds * mRun.cores;
-        const QDateTime ended = mRun.began.addMSecs(qint64(seconds * 1000));
-        if (ended.isValid() && (!mLast.isValid() || ended > mLast))
-            mLast = ended;
-    }
-    mIsOpen = false;
-    mRun = Run();
-}
-
-// A file with a name that is no text has its bytes told, too.
-QByteArray StreamTally::keyOf(const QJsonObject& object)
-{
-    const QString bytes = object.value("pathBytes"_L1).toString();
-    return bytes.isEmpty() ? object.value("path"_L1).toString().toUtf8()
-                           : QByteArray::fromBase64(bytes.toLatin1());
-}
-
-QString StreamTally::nameOf(const QByteArray& key)
-{
-#ifdef Q_OS_WIN
-    return shown(QString::fromUtf8(key));
-#else
-    return shown(NativePath::fromBytes(key));
-#endif
+    if (!mRun)
+        return;
+    const qint64 ms = msIn(object);
+    Findings::Machine& machine = mSum.machines[mRun->host];
+    machine.files += mRun->files;
+    Findings::add(machine.bytes, mRun->bytes);
+    Findings::add(machine.coreMs, ms * mRun->cores);
+    const QDateTime ended = mRun->began.addMSecs(ms);
+    if (ended.isValid() && (!mLast.isValid() || ended > mLast))
+        mLast = ended;
+    mRun.reset();
 }
 
 quint16 StreamTally::kindOf(const QJsonObject& object)
 {
-    QString kind = text({{u"suffix"_s, NativePath::suffix(object.value("output"_L1).toString()).toLower()}},
-                        "suffix"_L1);
+    QString kind = shown(NativePath::suffix(object.value(Json::kOutput).toString()).toLower());
     if (kind == "jpeg"_L1)
         kind = u"jpg"_s;
-    qsizetype at = mKinds.indexOf(kind);
-    if (at < 0) {
-        at = mKinds.size();
+    if (!mKinds.contains(kind))
         mKinds.append(kind);
-    }
-    return quint16(std::min<qsizetype>(at, 0xffff));
+    return quint16(std::min<qsizetype>(mKinds.indexOf(kind), 0xffff));
 }
 
-void StreamTally::note(const QByteArray& key, const Record& record)
+void StreamTally::note(const QJsonObject& object, const Record& record)
 {
-    const auto found = mFiles.find(key);
-    if (found == mFiles.end())
-        mFiles.insert(key, record);
-    else if (record.end >= found->end)
-        *found = record;
+    Record& known = mFiles[Json::pathIn(object, Json::kPath)];
+    if (record.end >= known.end)
+        known = record;
 }
 
-void StreamTally::countFile(Findings& sum, const Record& record, const QStringList& kinds)
+void StreamTally::countDone(Findings& sum, const Record& record) const
 {
-    ++sum.files;
-    switch (record.end) {
-    case End::Unfinished:
-        ++sum.unfinished;
-        return;
-    case End::Failed:
-        ++sum.failed;
-        return;
-    case End::Skipped:
-        ++sum.skipped;
-        return;
-    case End::Predicted:
-        ++sum.predicted;
-        return;
-    case End::Kept:
-    case End::NotWorth:
-        ++sum.kept;
-        break;
-    case End::Delivered:
-        ++sum.delivered;
-        break;
-    }
     Findings::add(sum.bytesBefore, record.before);
     Findings::add(sum.bytesAfter, record.after);
-    Findings::Kind& kind = sum.kinds[kinds.value(record.kind)];
+    Findings::Kind& kind = sum.kinds[mKinds.value(record.kind)];
     ++kind.files;
     Findings::add(kind.bytesBefore, record.before);
     Findings::add(kind.bytesAfter, record.after);
-    kind.seconds += double(record.seconds);
+    Findings::add(kind.ms, record.ms);
     qsizetype duration = 0;
-    for (double limit = Findings::kFirstDuration;
-         double(record.seconds) >= limit && duration < kDurations - 1; limit *= 2)
+    while (duration < kDurations - 1 && record.ms >= Findings::kFirstDurationMs << duration)
         ++duration;
+    sum.durations.resize(std::max(sum.durations.size(), duration + 1));
     ++sum.durations[duration];
 }
 
-void StreamTally::listFiles(Findings& sum) const
+Findings StreamTally::findings() const
 {
+    Findings sum = mSum;
+    if (mFirst.isValid() && mLast.isValid())
+        sum.spanMs = mFirst.msecsTo(mLast);
     const auto isSlower = [](const Findings::Slow& one, const Findings::Slow& other) {
-        return one.seconds != other.seconds ? one.seconds > other.seconds : one.path < other.path;
+        return one.ms != other.ms ? one.ms > other.ms : one.path < other.path;
     };
-    for (auto file = mFiles.begin(); file != mFiles.end(); ++file) {
-        countFile(sum, *file, mKinds);
-        if (file->end == End::Failed) {
-            const Fault fault = mFaults.value(file.key());
-            sum.failures.append({nameOf(file.key()), fault.kind, fault.text});
-        } else if (file->end == End::Unfinished) {
-            sum.failures.append({nameOf(file.key()), u"unfinished"_s, u"its run was killed"_s});
-        } else if (file->end >= End::Kept) {
-            if (sum.slowest.size() == kMaxSlowest && double(file->seconds) < sum.slowest.last().seconds)
+    for (const auto& [path, file] : mFiles.asKeyValueRange()) {
+        ++sum.ends[size_t(file.end)];
+        if (file.end == FileEnd::Failed) {
+            const Fault fault = mFaults.value(path);
+            sum.failures.append({shown(path), fault.kind, fault.text});
+        } else if (file.end == FileEnd::Unfinished) {
+            sum.failures.append({shown(path), u"unfinished"_s, u"its run was killed"_s});
+        } else if (file.end >= FileEnd::Kept) {
+            countDone(sum, file);
+            if (sum.slowest.size() == kMaxSlowest && file.ms < sum.slowest.last().ms)
                 continue;
-            const Findings::Slow slow{nameOf(file.key()), double(file->seconds), file->before};
+            const Findings::Slow slow{shown(path), file.ms, file.before};
             sum.slowest.insert(std::upper_bound(sum.slowest.begin(), sum.slowest.end(), slow, isSlower),
                                slow);
             if (sum.slowest.size() > kMaxSlowest)
@@ -254,16 +206,5 @@ void StreamTally::listFiles(Findings& sum) const
     }
     std::sort(sum.failures.begin(), sum.failures.end(),
               [](const auto& one, const auto& other) { return one.path < other.path; });
-}
-
-Findings StreamTally::findings() const
-{
-    Findings sum = mSum;
-    sum.durations.fill(0, kDurations);
-    listFiles(sum);
-    while (!sum.durations.isEmpty() && sum.durations.last() == 0)
-        sum.durations.removeLast();
-    if (mFirst.isValid() && mLast.isValid())
-        sum.spanSeconds = double(mFirst.msecsTo(mLast)) / 1000;
     return sum;
 }

@@ -158,14 +158,15 @@ void tellAll(const JobResult& result, const Options& options, Fuzz::Input& input
 
 void checkCounted(const Findings& sum, Outcome outcome)
 {
-    require(sum.files == 1 && sum.runs == 1 && sum.runsWithoutEnd == 0 && sum.runErrors.size() == 1 &&
+    require(sum.files() == 1 && sum.runs == 1 && sum.runsWithoutEnd == 0 && sum.runErrors.size() == 1 &&
                 sum.cutLines + sum.foreignLines == 0,
             "one file of one whole run");
-    const qint64 counted = outcome == Outcome::Failed                                 ? sum.failed
-                           : outcome == Outcome::Delivered                            ? sum.delivered
-                           : outcome == Outcome::Skipped                              ? sum.skipped
-                           : outcome == Outcome::Kept || outcome == Outcome::NotWorth ? sum.kept
-                                                                                      : sum.predicted;
+    const FileEnd end = outcome == Outcome::Failed                                 ? FileEnd::Failed
+                        : outcome == Outcome::Delivered                            ? FileEnd::Delivered
+                        : outcome == Outcome::Skipped                              ? FileEnd::Skipped
+                        : outcome == Outcome::Kept || outcome == Outcome::NotWorth ? FileEnd::Kept
+                                                                                   : FileEnd::Predicted;
+    const qint64 counted = sum.ends[size_t(end)];
     require(counted == 1, "the file counts for what came of it");
 }
 

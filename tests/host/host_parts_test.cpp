@@ -3,7 +3,7 @@
 #include "host/cli/ParseOptions.h"
 #include "host/system/PathText.h"
 #include "host/output/ResultText.h"
-#include "host/output/SizeText.h"
+#include "host/output/Figures.h"
 #include "host/run/Slots.h"
 #include "host/system/NativePath.h"
 
