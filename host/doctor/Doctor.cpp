@@ -13,7 +13,7 @@
 #include "host/job/ExitStatus.h"
 #include "host/job/Format.h"
 #include "host/module/CompressorLibrary.h"
-#include "host/output/SizeText.h"
+#include "host/output/Figures.h"
 #include "host/system/PrivateFolder.h"
 
 using namespace Qt::StringLiterals;

@@ -16,7 +16,7 @@
 #include "host/media/MediaFacts.h"
 #include "host/media/ToolRun.h"
 #include "host/module/ModuleRun.h"
-#include "host/output/SizeText.h"
+#include "host/output/Figures.h"
 #include "host/system/PrivateFolder.h"
 
 using namespace Qt::StringLiterals;

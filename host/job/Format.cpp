@@ -11,23 +11,23 @@ namespace Formats {
 namespace {
 
 constexpr char kImageCorrupt[] =
-    "%1 is damaged, or no image that a JPEG can be made of: give a JPEG, PNG or BMP file";
-constexpr char kNoFaultlessResult[] = "the encoder %2 made no faultless result of %1";
+    "%1 is damaged, or not an image that can become a JPEG: give a JPEG, PNG or BMP file";
+constexpr char kNoFaultlessResult[] = "the encoder %2 could not make a whole result of %1";
 
 constexpr ExitCode kCjpegCodes[] = {
     {FinishCode::kCorruptInput, kImageCorrupt},
     {FinishCode::kNoOutput, kNoFaultlessResult},
 };
 constexpr ExitCode kPngquantCodes[] = {
-    {FinishCode::kCorruptInput, "%1 is damaged, or no PNG image, and only a PNG can be made a smaller PNG"},
+    {FinishCode::kCorruptInput, "%1 is damaged, or not a PNG image: give a PNG file"},
     {FinishCode::kNoOutput, kNoFaultlessResult},
 };
 // Later versions of ffmpeg end with the low byte of their own error number.
 constexpr ExitCode kFfmpegCodes[] = {
-    {69, "the encoder %2 gave up on %1: too much of it is damaged"},
+    {69, "the encoder %2 stopped: too much of %1 is damaged"},
     {183, "the encoder %2 found invalid data in %1: is it whole?"},
     {228, "the encoder %2 found the disk full"},
-    {234, "the encoder %2 refused: a value or the output's container does not fit %1"},
+    {234, "the encoder %2 refused %1: a value or the output's container does not fit it"},
     {254, "the encoder %2 found no such file: was %1 moved?"},
 };
 

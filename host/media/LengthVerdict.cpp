@@ -35,8 +35,7 @@ LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
     const QString lengths = u"%1 s of %2 s"_s.arg(seconds(result.lengthMs), seconds(source.lengthMs));
     if (source.lengthMs <= 0 || result.lengthMs <= 0) {
         const bool isLost = source.isLengthStated && result.lengthMs <= 0;
-        return isLost ? LengthVerdict{LengthVerdict::Cut, u"nothing of the video's length is there"_s}
-                      : LengthVerdict{};
+        return isLost ? LengthVerdict{LengthVerdict::Cut, u"it has no length"_s} : LengthVerdict{};
     }
     const bool longer = isShorter(source.lengthMs, result.lengthMs);
     if (!longer && !isShorter(result.lengthMs, source.lengthMs))
@@ -55,5 +54,5 @@ LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
     if (!source.isLengthStated)
         return {LengthVerdict::Doubtful,
                 u"the result may be cut: %1, but the source's length is an estimate"_s.arg(lengths)};
-    return {LengthVerdict::Cut, u"the video is cut: %1 are there"_s.arg(lengths)};
+    return {LengthVerdict::Cut, u"the video is cut: it has %1"_s.arg(lengths)};
 }

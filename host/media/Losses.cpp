@@ -10,13 +10,13 @@ Failure unfitFor(const MediaFacts& source, const Format& output, bool firstFrame
         return Failure{FailureKind::UnsupportedKind, source.name + reason};
     };
     if (source.kind == MediaKind::Sound)
-        return {FailureKind::NotMedia, u": it is sound alone"_s};
+        return {FailureKind::NotMedia, u": it holds sound only"_s};
     if (source.kind == MediaKind::Unknown)
         return {FailureKind::NotMedia, QString()};
     if (output.isVideo() && source.kind == MediaKind::Image && !source.isAnimated)
-        return unsupported(u", an image, and no video"_s);
+        return unsupported(u", which is an image and not a video"_s);
     if (!output.isVideo() && source.kind == MediaKind::Video)
-        return unsupported(u", a video, and no image"_s);
+        return unsupported(u", which is a video and not an image"_s);
     if (!output.reads.empty() && std::ranges::find(output.reads, source.format) == output.reads.end())
         return unsupported(u"; "_s + QLatin1String(output.readsText));
     // ffmpeg's WebP decoder knows no animation.

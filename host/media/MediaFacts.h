@@ -50,11 +50,11 @@ inline constexpr ImageLoss kImageLosses[] = {
      }},
     {"alpha", "the transparency is lost",
      [](const auto& source, const auto& result) { return source.hasAlpha && !result.hasAlpha; }},
-    {"orientation", "the note that turns the image upright is lost",
+    {"orientation", "the orientation is lost, the image may appear turned",
      [](const auto& source, const auto& result) {
          return source.orientation != 1 && result.orientation == 1 && !isTurnedUpright(source, result);
      }},
-    {"bit-depth", "%1 bits a colour become 8",
+    {"bit-depth", "the colours have 8 bits instead of %1",
      [](const auto& source, const auto& result) { return source.bitsPerSample > result.bitsPerSample; }},
 };
 

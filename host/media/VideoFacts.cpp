@@ -206,9 +206,10 @@ QList<Warning> videoLosses(const VideoFacts& source, const VideoFacts& result)
     } kLosses[] = {
         {"hdr", "the high dynamic range is lost, colours may look pale",
          [](const auto& facts) { return int(imageOf(facts).isHdr); }},
-        {"bit-depth", "%1 bits a colour become %2", [](const auto& facts) { return imageOf(facts).bits; }},
+        {"bit-depth", "the colours have %2 bits instead of %1",
+         [](const auto& facts) { return imageOf(facts).bits; }},
         {"alpha", "the transparency is lost", [](const auto& facts) { return int(imageOf(facts).hasAlpha); }},
-        {"audio-channels", "%1 sound channels become %2", mostChannels},
+        {"audio-channels", "the sound has %2 channels instead of %1", mostChannels},
         {"audio-tracks", "sound tracks are lost: %2 of %1 are left",
          [](const auto& facts) { return countOf(facts, StreamFacts::Audio); }},
         {"subtitles", "subtitles are lost: %2 of %1 are left",

@@ -72,7 +72,7 @@ QString readWebp(FileWindow& file, MediaFacts& facts)
     const qint64 stated = qint64(file.little(4, 4)) + 8;
     if (stated <= file.size())
         return {};
-    return u"the image has %1 of the %2 bytes that it states"_s.arg(file.size()).arg(stated);
+    return u"the image has %1 of the %2 bytes that its header states"_s.arg(file.size()).arg(stated);
 }
 
 QByteArray withWebpProfile(const QByteArray& webp, const QByteArray& iccProfile, const MediaFacts& image)

@@ -27,33 +27,35 @@ constexpr FailureRow kRows[] = {
     {FailureKind::Unreadable, "unreadable", "cannot read %1: %3"},
     {FailureKind::Empty, "empty", "%1 is empty"},
     {FailureKind::NotMedia, "not-media", "%1 is neither an image nor a video%3"},
-    {FailureKind::UnsupportedKind, "unsupported-kind", "%1 cannot become %2: it is %3"},
+    {FailureKind::UnsupportedKind, "unsupported-kind", "%1 cannot be converted to %2: it is %3"},
     {FailureKind::BadOption, "bad-option", "%3"},
     {FailureKind::NoOutputKind, "no-output-kind", "%2: %3"},
-    {FailureKind::OutputExists, "output-exists", "%2 exists already; --force replaces it"},
+    {FailureKind::OutputExists, "output-exists", "%2 already exists; use --force to replace it"},
     {FailureKind::OutputNotRegular, "output-not-regular", "%2 is not a regular file"},
     {FailureKind::HardLinks, "hard-links",
-     "%2 has %3 names (hard links), and replacing it would part them; --break-links allows that"},
+     "%2 has %3 names (hard links), and replacing it would separate them; use --break-links to allow that"},
     {FailureKind::OwnerWouldChange, "owner-would-change",
-     "%2 belongs to another user, and would not any more"},
+     "%2 belongs to another user, and replacing it would change its owner; give another output"},
     {FailureKind::NoOutputFolder, "no-output-folder", "there is no folder %5 for the output: %3"},
-    {FailureKind::FolderUnwritable, "folder-unwritable", "cannot write beside %2: %3"},
-    {FailureKind::NameTooLong, "name-too-long", "the name %2 is too long for its folder's file system"},
+    {FailureKind::FolderUnwritable, "folder-unwritable", "cannot write to the folder of %2: %3"},
+    {FailureKind::NameTooLong, "name-too-long", "the name %2 is too long for the file system of its folder"},
     {FailureKind::Animated, "animated",
-     "%1 moves, and only its first frame would be left; --first-frame allows that"},
+     "%1 is animated, and only its first frame would be left; use --first-frame to allow that"},
     {FailureKind::EncoderMissing, "encoder-missing",
-     "the encoder %3 is missing in %6; vxcompress doctor tells what to do"},
-    {FailureKind::LibraryMissing, "library-missing", "the module cannot be loaded: %3"},
+     "the encoder %3 is missing in %6; run vxcompress doctor to see what to do"},
+    {FailureKind::LibraryMissing, "library-missing",
+     "the module cannot be loaded: %3; run vxcompress doctor to see what to do"},
     {FailureKind::EncoderFailed, "encoder-failed", nullptr},
     {FailureKind::NoResult, "no-result", "the encoder %4 made no result of %1"},
-    {FailureKind::SourceChanged, "source-changed", "%1 was changed while it was read; nothing was delivered"},
+    {FailureKind::SourceChanged, "source-changed",
+     "%1 was changed while it was being read, so nothing was delivered"},
     {FailureKind::SourceCut, "source-cut", "%1 is cut: %3"},
     {FailureKind::ResultCut, "result-cut", "the result of %1 is cut: %3"},
-    {FailureKind::AimUnreached, "aim-unreached", "%1 cannot become what is requested: %3"},
-    {FailureKind::MeasureFailed, "measure-failed", "cannot judge %1: %3"},
+    {FailureKind::AimUnreached, "aim-unreached", "no setting of the encoder meets the target for %1: %3"},
+    {FailureKind::MeasureFailed, "measure-failed", "cannot measure %1: %3"},
     {FailureKind::DeliveryFailed, "delivery-failed", "cannot write %2: %3"},
     {FailureKind::MetadataFailed, "metadata-failed", "cannot copy the metadata of %1: %3"},
-    {FailureKind::TimedOut, "timed-out", "%1 took longer than --timeout allows, and was given up"},
+    {FailureKind::TimedOut, "timed-out", "%1 took longer than --timeout allows and was stopped"},
     {FailureKind::Interrupted, "interrupted", "%1 was interrupted"},
 };
 
@@ -68,8 +70,8 @@ const FailureRow& rowOf(FailureKind kind)
 
 // What the module itself says with a code, whatever the encoder.
 constexpr ExitCode kModuleCodes[] = {
-    {FinishCode::kNotStarted, "the encoder %2 could not be started: vxcompress doctor tells more"},
-    {FinishCode::kStopped, "the encoder %2 was killed, perhaps for want of memory"},
+    {FinishCode::kNotStarted, "the encoder %2 could not be started; run vxcompress doctor to see why"},
+    {FinishCode::kStopped, "the encoder %2 was killed, perhaps because memory ran out"},
 };
 
 // One pass over the pattern: a name may hold what looks like a place for another.
@@ -105,7 +107,7 @@ QString codeText(const JobResult& result)
         if (!format.isVideo())
             text = u"the encoder %1 failed: is %2 a whole image?"_s.arg(encoder, input);
         else if (code == FinishCode::kRefused)
-            text = u"the encoder %1 refused: is %2 a whole video, and can the output's container hold "
+            text = u"the encoder %1 refused %2: is it a whole video, and can the output's container hold "
                    "H.264?"_s.arg(encoder, input);
         else
             text = u"the encoder %1 failed on %2"_s.arg(encoder, input);
@@ -120,7 +122,7 @@ QString outputKinds(const QString& suffix)
     if (suffix.isEmpty())
         return u"the output's name needs a suffix, one of %1"_s.arg(list);
     const QString meant = suggestSuffix(suffix, Formats::imageSuffixes() + Formats::videoSuffixes());
-    return u"a .%1 cannot be written%2; there are %3"_s.arg(
+    return u"a .%1 cannot be written%2; the output's suffix is one of %3"_s.arg(
         shown(suffix), meant.isEmpty() ? QString() : u" (did you mean .%1?)"_s.arg(meant), list);
 }
 
@@ -139,8 +141,8 @@ QString failureText(const JobResult& result)
                                                 QCoreApplication::applicationDirPath()})
                             : codeText(result);
     if (!failure.fullFolder.isEmpty()) {
-        text += u"; the disk of %1 may be full: it has room for %2"_s.arg(shown(failure.fullFolder),
-                                                                          sizeText(failure.roomThere));
+        text += u"; the disk of %1 may be full: it has %2 left"_s.arg(shown(failure.fullFolder),
+                                                                      sizeText(failure.roomThere));
     }
     if (!result.keptAt.isEmpty())
         text += u"; the result is kept as %1"_s.arg(shown(result.keptAt));

@@ -117,8 +117,9 @@ QStringList Collisions::sentences() const
                 sentences.append(u"%1 and %2 would both become %3"_s.arg(shown(one.input), shown(other.input),
                                                                          shown(one.output)));
             } else if (ignoresCase(NativePath::folder(Platform::finalPath(one.output)))) {
-                sentences.append(u"%1 and %2 would become %3 and %4, which are one name there"_s.arg(
-                    shown(one.input), shown(other.input), shown(one.output), shown(other.output)));
+                sentences.append(
+                    u"%1 and %2 would become %3 and %4, which are the same name on that file system"_s.arg(
+                        shown(one.input), shown(other.input), shown(one.output), shown(other.output)));
             }
         }
     }

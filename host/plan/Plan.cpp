@@ -64,11 +64,12 @@ QStringList Plan::make()
                       (mInputs.isMany() || isThere || mOptions.output.endsWith(u'/'));
     if (mOutputIsFolder) {
         if (output && !isThere)
-            return {u"%1 is a file, and the results of several inputs need a folder"_s.arg(
+            return {u"the results of several inputs need a folder, and %1 is a file"_s.arg(
                 shown(mOptions.output))};
         error = checkOutputFolder();
     } else if (!mOptions.output.isEmpty() && !(mOptions.formats.isEmpty() && mOptions.suffix.isEmpty()))
-        error = u"give the output's whole name, or a folder for it with --format and --suffix"_s;
+        error =
+            u"--format and --suffix name files in a folder: give a folder, or the output's whole name alone"_s;
     if (!error.isEmpty())
         return {error};
     return findCollisions();

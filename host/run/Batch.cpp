@@ -53,7 +53,8 @@ int runBatch(const Options& options, JobEvents& events)
     const QString place = Platform::temporaryFolder();
     temporary.emplace(place, PrivateFolder::kTemporary);
     if (!temporary->isValid()) {
-        events.refused(u"no temporary folder in %1: %2"_s.arg(shown(place), temporary->errorString()));
+        events.refused(
+            u"no temporary folder can be made in %1: %2"_s.arg(shown(place), temporary->errorString()));
         return kUsage;
     }
     PrivateFolder::sweep(place, PrivateFolder::kTemporary);

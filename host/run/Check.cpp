@@ -99,7 +99,7 @@ void Check::checkImage()
         if (!check.metadataError.isEmpty())
             return end({FailureKind::MetadataFailed, check.metadataError});
         if (check.facts.kind != MediaKind::Image)
-            return end({FailureKind::ResultCut, u"it is no image"_s});
+            return end({FailureKind::ResultCut, u"it is not an image"_s});
         if (!check.facts.damage.isEmpty())
             return end({FailureKind::ResultCut, check.facts.damage});
         mResult.losses += imageLosses(mSource.facts, check.facts);

@@ -115,7 +115,7 @@ Failure Deliver::move()
     if (mExisting)
         mExisting = Platform::factsOf(mFinalPath);
     if (mExisting && mExisting->links > 1 && !options.breakLinks)
-        return {FailureKind::DeliveryFailed, u"it has several names (hard links) by now"_s};
+        return {FailureKind::DeliveryFailed, u"it has got several names (hard links) in the meantime"_s};
     QString error = mExisting ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
                               : Platform::makeAlike(spec.inputPath, mFiles.source(), mStagedPath, false);
     if (error.isEmpty() && (spec.isInPlace || options.keepDates))
@@ -129,8 +129,9 @@ Failure Deliver::move()
     const bool isTaken = Platform::factsOf(mFinalPath).has_value();
     // Before the work it was the user's mistake; now it is somebody else's doing.
     if (isTaken && !mayReplace)
-        return options.skipExisting ? Failure{FailureKind::OutputExists}
-                                    : Failure{FailureKind::DeliveryFailed, u"it exists by now"_s};
+        return options.skipExisting
+                   ? Failure{FailureKind::OutputExists}
+                   : Failure{FailureKind::DeliveryFailed, u"a file of this name exists by now"_s};
     // An hour's work is not thrown away because another program holds the target.
     if (isTaken) {
         const QString beside = NativePath::join(NativePath::folder(mFinalPath),

@@ -115,7 +115,7 @@ void Encode::onSearched(const GoalOutcome& outcome)
         result.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
     } else if (outcome.kind == GoalOutcome::RunFailed) {
         // Every run may have ended well with a copy of the source, which is no result of another kind.
-        const Failure noneSmaller{FailureKind::AimUnreached, u"nothing smaller than the source"_s};
+        const Failure noneSmaller{FailureKind::AimUnreached, u"no result is smaller than the source"_s};
         result.failure = outcome.failure ? outcome.failure : noneSmaller;
     } else if (QFileInfo::exists(outcome.path)) {
         // Else an encoder ended well without a file: the check finds none either, and says so.
@@ -144,7 +144,7 @@ void Encode::onEstimated(const EstimateOutcome& outcome)
     if (outcome.kind == EstimateOutcome::RunFailed) {
         result.failure = outcome.failure;
     } else if (outcome.kind == EstimateOutcome::NoSample) {
-        result.failure = {FailureKind::MeasureFailed, u"its samples are no video to judge by"_s};
+        result.failure = {FailureKind::MeasureFailed, u"its samples hold no video"_s};
     } else if (outcome.kind == EstimateOutcome::UnknownLength) {
         result.failure = {
             FailureKind::MeasureFailed,

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const Failure kNoLink{FailureKind::MeasureFailed, u"no link to its name could be made"_s};
+const Failure kNoLink{FailureKind::MeasureFailed, u"no link with a plain name could be made for it"_s};
 
 } // namespace
 
@@ -32,7 +32,7 @@ Failure JobFiles::begin()
     // Reading a pipe or a device may never end, and nothing tells its size.
     if (facts->kind != Platform::FileFacts::Regular)
         return {FailureKind::NotRegular,
-                facts->kind == Platform::FileFacts::Folder ? u"; -r takes folders"_s : QString()};
+                facts->kind == Platform::FileFacts::Folder ? u"; use -r for folders"_s : QString()};
     return facts->bytes == 0 ? Failure{FailureKind::Empty} : Failure();
 }
 

@@ -192,8 +192,10 @@ QString reachedText(const SearchTarget& target, const GoalOutcome& outcome)
                                          : u"at quality %1"_s.arg(nearest.setting);
     const QString ssim = QString::number(nearest.ssim, 'f', 4);
     if (!target.size)
-        return u"an SSIM of %1 at most, %2"_s.arg(ssim, setting);
+        return u"the best SSIM is %1, %2"_s.arg(ssim, setting);
     if (nearest.ssim < 0)
-        return u"no smaller than %1 bytes, %2"_s.arg(nearest.bytes).arg(setting);
-    return u"an SSIM of %1 in %2 bytes, %3"_s.arg(ssim).arg(nearest.bytes).arg(setting);
+        return u"the smallest result has %1 bytes, %2"_s.arg(nearest.bytes).arg(setting);
+    return u"the closest result has an SSIM of %1 in %2 bytes, %3"_s.arg(ssim)
+        .arg(nearest.bytes)
+        .arg(setting);
 }

@@ -45,7 +45,7 @@ struct GoalOutcome
 };
 
 /// What could be reached instead, in English without a full stop, for an outcome that is NotMet:
-/// "no smaller than 812345 bytes, at quality 0", "an SSIM of 0.9312 at most, at quality 100".
+/// "the smallest result has 812345 bytes, at quality 0", "the best SSIM is 0.9312, at quality 100".
 QString reachedText(const SearchTarget& target, const GoalOutcome& outcome);
 
 /// Encodes, measures and decides until the request is met or cannot be. Letting it go ends what runs, without a

@@ -5,9 +5,15 @@ import json
 import os
 import shutil
 import signal
+import time
 import xml.etree.ElementTree as ElementTree
 
 from host import FAKE, Place, main, wait_until
+
+
+def size(bytes):
+    number, unit = (bytes / 1e3, "kB") if bytes < 999500 else (bytes / 1e6, "MB")
+    return f"{number:#.3g}".rstrip(".") + " " + unit
 
 
 class Batch(Place):
@@ -113,6 +119,35 @@ class Batch(Place):
         run.process.send_signal(signal.SIGTERM)
         lines = self.valid(run.end().out)
         self.assertEqual((lines[-2]["kind"], lines[-1]["signal"]), ("interrupted", 15))
+
+    def test_figures(self):
+        # What programs and people read, against what lies there and what the clock says.
+        self.tree()
+        sources = {f"in/{name}": len(self.read(f"in/{name}")) for name in ("a.jpg", "c.mov", "deep er/b.png")}
+        began = time.monotonic()
+        lines = self.valid(self.run_host("-r", "in", "-o", "out", "--json", "-j1").out)
+        wall = time.monotonic() - began
+        ends = [line for line in lines if line["type"] == "result"]
+        self.assertEqual({end["path"]: end["bytesBefore"] for end in ends}, sources)
+        self.assertEqual([end["bytesAfter"] for end in ends], [len(self.read(end["output"])) for end in ends])
+        first, last = lines[0], lines[-1]
+        self.assertEqual((first["files"], first["bytes"], first["cores"]), (3, sum(sources.values()), 1))
+        self.assertEqual([last[name] for name in ("files", "delivered", "failed", "ignored", "bytesBefore", "bytesAfter")],
+                         [3, 3, 0, 2, sum(sources.values()), sum(end["bytesAfter"] for end in ends)])
+        spent = sum(end["seconds"] for end in ends)
+        self.assertTrue(0.05 < spent <= last["seconds"] + 0.01 <= wall + 0.01, (spent, last, wall))
+        self.assertTrue(any(end["seconds"] % 1 for end in ends))
+        run = self.run_host("-r", "in", "-o", "out2")
+        for end, line in zip(ends, run.out.splitlines()):
+            before, after = end["bytesBefore"], end["bytesAfter"]
+            self.assertTrue(line.endswith(f": {size(before)} -> {size(after)} (saved {100 - 100 * after / before:.1f} %)"), line)
+        self.assertIn(f"(saved {100 - 100 * last['bytesAfter'] / last['bytesBefore']:.1f} %)", run.err)
+        # Each job has a time of its own, and a run that of all.
+        self.image(f"{self.temporary}/../result.jpg", "8x8")
+        run = self.start("in/a.jpg", "new.jpg", "--json", bin=FAKE,
+                         env={"FAKE_DELAY_MS": "1300", "FAKE_OUTPUT": f"{self.temporary}/../result"})
+        result, summary = self.valid(run.end().out)[-2:]
+        self.assertTrue(1.3 <= result["seconds"] <= summary["seconds"] < 60, (result, summary))
 
     def test_shards(self):
         names = [f"{folder}/{number}.jpg".encode() for folder in ("a", "b/c", "B \u00e9") for number in range(40)]
@@ -232,6 +267,26 @@ class Batch(Place):
         self.assertIn("5 files: 2 delivered, 1 kept, 1 failed, 1 unfinished\n10.5 kB -> 3.90 kB (saved 62.9 %)", text)
         for arguments in (["missing"], ["both.ndjson", "--html", "no/page.html"]):
             self.run_host("report", *arguments, status=2)
+        # A page that there is no room for replaces none.
+        self.assertIn("cannot write", self.run_host("report", "both.ndjson", "--html", "page.html", status=2, limit=2000).err)
+        self.assertEqual(self.read("page.html").decode(), page)
+        many = run("<two> & \"three\"", 2) + "".join(end(f"{number}.jpg", "delivered", 1000 + number, 500, number / 8)
+                                                    for number in range(30)) + summary(60)
+        self.write("many.ndjson", many.encode())
+        sum = json.loads(self.run_host("report", "many.ndjson", "--json", "--html", "page.html").out)
+        self.assertEqual([(file["path"], file["seconds"], file["bytes"]) for file in sum["slowest"]],
+                         [(f"{number}.jpg", number / 8, 1000 + number) for number in range(29, 9, -1)])
+        self.assertEqual(sum["kinds"], [{"kind": "jpg", "files": 30, "bytesBefore": 30435, "bytesAfter": 15000,
+                                         "seconds": 30 * 29 / 16}])
+        self.assertEqual([sum["machines"][0][name] for name in ("host", "files", "bytes", "coreSeconds")],
+                         ["<two> & \"three\"", 30, 30435, 120])
+        self.assertEqual((sum["filesPerCoreSecond"], sum["bytesPerCoreSecond"]), (30 / 120, 30435 / 120))
+        bars = ElementTree.fromstring(self.read("page.html").decode()).findall(".//{http://www.w3.org/2000/svg}text")
+        self.assertIn("<two> & \"three\"", [bar.text for bar in bars])
+        # Less than 0.1, 0.2, 0.4, 0.8, 1.6 and 3.2 seconds, and the rest.
+        counts = [bars[at + 1].text for at, bar in enumerate(bars) if bar.text.startswith("under")]
+        self.assertEqual(counts, ["1", "1", "2", "3", "6", "13", "4"])
+        self.assertRegex(self.run_host("report", "many.ndjson").out, r"(?s)Slowest files:.*3\.50 s +1\.03 kB +28\.jpg")
         self.write("no.ndjson", b"\xff\xd8 no stream\n")
         self.assertIn("no stream", self.run_host("report", "no.ndjson", status=2).err)
         self.write("nothing.ndjson", b"")

@@ -67,5 +67,6 @@ class Display(Place):
 
 if __name__ == "__main__":
     if not shutil.which("tmux"):
+        print("skipped: there is no tmux to see a terminal with", file=sys.stderr)
         sys.exit(77)
     main()

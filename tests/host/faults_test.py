@@ -8,6 +8,7 @@ from host import FAKE, Place, ffmpeg, main, wait_until
 
 # source and output
 KINDS = [("photo.png", "out.jpg"), ("photo.png", "out.png"), ("photo.png", "out.webp"), ("video.mov", "out.mp4")]
+ENCODERS = {"jpg": "cJpeg", "png": "pngquant"}
 ENCODER_FAULTS = [{"FAKE_OUTPUT": "none"}, {"FAKE_OUTPUT": "empty"}, {"FAKE_END": "crash"}, {"FAKE_EXIT": "3"}]
 INTERRUPTS = [[signal.SIGINT], [signal.SIGINT] * 2, [signal.SIGTERM], [signal.SIGHUP], [signal.SIGQUIT], [signal.SIGXFSZ]]
 
@@ -54,7 +55,10 @@ class Faults(Place):
                         run = self.fake(*arguments, env=env).end()
                         self.assertEqual((run.status, run.out), (1, ""), run.err)
                         self.assertEqual(run.err.count("\n"), 1, run.err)
-                        self.assertIn("is cut" if env.get("FAKE_OUTPUT") == cut else "encoder", run.err)
+                        made = source if "--in-place" in arguments else output
+                        encoder = f"the encoder {ENCODERS.get(made[-3:], 'ffmpeg')} "
+                        self.assertIn("is cut" if env.get("FAKE_OUTPUT") == cut else encoder, run.err)
+                        self.assertIn(source, run.err)
                         self.assertEqual(self.contents(), self.before)
 
     def test_interrupted(self):

@@ -29,7 +29,8 @@ def wait_until(condition, what):
 class Run:
     """One run of vxcompress that has been started."""
 
-    def __init__(self, place, arguments, bin=REAL, env={}, limit=None, ignored=None, stdout=subprocess.PIPE):
+    def __init__(self, place, arguments, bin=REAL, env={}, limit=None, ignored=None, stdout=subprocess.PIPE,
+                 stderr=subprocess.PIPE):
         def prepare():
             # The test itself may run in the background, where shells have Ctrl-C ignored.
             for number in (signal.SIGINT, signal.SIGHUP):
@@ -39,14 +40,14 @@ class Run:
                 signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
         self.process = subprocess.Popen(
             [os.path.join(bin, "vxcompress"), *arguments], cwd=place.path, stdin=subprocess.PIPE, stdout=stdout,
-            stderr=subprocess.PIPE, preexec_fn=prepare,
+            stderr=stderr, preexec_fn=prepare,
             env={**os.environ, "TMPDIR": place.temporary, "FAKE_RECORD": place.records, **env})
 
     def end(self, input=None):
         output, error = self.process.communicate(input, timeout=120)
         self.status = self.process.returncode
         self.out = (output or b"").decode(errors="replace")
-        self.err = error.decode(errors="replace")
+        self.err = (error or b"").decode(errors="replace")
         return self
 
 

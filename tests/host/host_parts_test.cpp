@@ -48,6 +48,17 @@ void HostPartsTest::figures()
     QCOMPARE(sizeText(999600), u"1.00 MB"_s);
     QCOMPARE(savingText(1000, 337), u"saved 66.3 %"_s);
     QCOMPARE(savingText(1000, 1120), u"12.0 % larger"_s);
+    // Bytes before, and at least and at most after.
+    const std::tuple<qint64, SizeRange, QString> ranges[] = {
+        {1000, {480, 600}, u"saves 40 to 52 %"_s},
+        {1000, {1100, 1250}, u"10 to 25 % larger"_s},
+        {1000, {900, 1250}, u"from 10 % smaller to 25 % larger"_s},
+        {1000, {250, 250}, u"saved 75.0 %"_s}};
+    for (const auto& [before, after, text] : ranges)
+        QCOMPARE(savingText(before, after), text);
+    QCOMPARE(rangeText({1500, 2500}), u"1.50 kB to 2.50 kB"_s);
+    QCOMPARE(secondsText(3250), u"3.25 s"_s);
+    QCOMPARE(secondsText(100400), u"1:40"_s);
     // Too early to tell, then nothing to divide by, then a video of unknown length.
     QCOMPARE(progressText(0.5, 999, 60000), u"50 %"_s);
     QCOMPARE(progressText(0.0, 9000, 60000), u"0 %"_s);

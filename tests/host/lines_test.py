@@ -1,8 +1,13 @@
 """Command lines of one file and what comes of them, with the real encoders."""
+import fcntl
+import json
 import os
+import pty
 import subprocess
+import sys
+import termios
 
-from host import REAL, Place, ffmpeg, main
+from host import REAL, Place, ffmpeg, main, wait_until
 
 # line, status, what standard error says
 REFUSED = [
@@ -153,6 +158,38 @@ class Lines(Place):
                         found = subprocess.check_output([os.path.join(REAL, "ffprobe"), "-v", "error", "-show_format", self.at(made)])
                     # mozjpeg's cjpeg keeps it in any case.
                     self.assertEqual(kept in found, bool(flags) or made == "c.jpg")
+
+    def test_channels(self):
+        # environment, arguments, whether what a terminal shows has colours
+        for env, flags, colored in (({}, [], True), ({"NO_COLOR": "1"}, [], False), ({"NO_COLOR": ""}, [], True),
+                                    ({"TERM": "dumb"}, [], False), ({}, ["--color", "never"], False),
+                                    ({"NO_COLOR": "1"}, ["--color", "always"], True)):
+            ours, its = pty.openpty()
+            run = self.start("missing.jpg", "out.jpg", *flags, stderr=its, env={"TERM": "xterm", "NO_COLOR": "", **env})
+            os.close(its)
+            self.assertEqual(run.end().status, 2)
+            said = os.read(ours, 10000).decode()
+            os.close(ours)
+            self.assertEqual(("\x1b[31m" in said, "no file missing.jpg" in said), (colored, True), (env, flags, said))
+        self.assertNotIn("\x1b", self.run_host("missing.jpg", "out.jpg", status=2).err)
+        # Only what failed is worth a word.
+        self.image("photo.png")
+        run = self.run_host("photo.png", "missing.jpg", "photo.png", "-o", "out", "--format", "jpg", "--quiet", status=2)
+        self.assertEqual((run.out, run.err.count("\n"), "is given twice" in run.err), ("", 1, True))
+        run = self.run_host("photo.png", "missing.jpg", "-o", "out", "--format", "jpg", "--quiet", status=1)
+        self.assertEqual((run.out, run.err.count("\n"), "missing.jpg" in run.err), ("", 1, True))
+        self.assertEqual(self.read("out/photo.jpg")[:2], b"\xff\xd8")
+        # More than a pipe takes, and it is one that does not wait.
+        names = [f"{'far away/' * 20}{number}.jpg" for number in range(1000)]
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        run = self.start(*names, "-o", "out", "--json", stdout=writer)
+        os.close(writer)
+        wait_until(lambda: int.from_bytes(fcntl.ioctl(reader, termios.FIONREAD, bytes(4)), sys.byteorder) > 60000, "it is full")
+        with open(reader) as file:
+            lines = [json.loads(line) for line in file]
+        self.assertEqual(run.end().status, 1)
+        self.assertEqual([line["path"] for line in lines if line["type"] == "error"], names)
 
     def test_names_of_any_bytes(self):
         self.image("photo.jpg")

@@ -37,7 +37,7 @@ class Requests(Place):
         before = self.contents()
         for line in ("photo.jpg out.jpg --size 1%", "video.mkv out.mp4 --min-ssim 0.99999"):
             run = self.run_host(*line.split(" "), status=1)
-            self.assertIn("cannot become what is requested", run.err)
+            self.assertIn("no setting of the encoder meets the target", run.err)
             self.assertEqual(self.contents(), before)
 
     def test_foretold(self):
