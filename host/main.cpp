@@ -2,7 +2,7 @@
 
 #include <tuple>
 
-#include "host/cli/ParseOptions.h"
+#include "host/cli/CommandLine.h"
 #include "host/doctor/Doctor.h"
 #include "host/output/Reporter.h"
 #include "host/report/ReportCommand.h"
@@ -30,14 +30,14 @@ int main(int argc, char** argv)
     std::ignore = QCoreApplication::applicationDirPath();
 
     const QStringList arguments = Platform::arguments(argc, argv);
-    const auto parsed = parseOptions(arguments);
-    if (const auto* const doctor = std::get_if<DoctorOptions>(&parsed))
+    const CommandLine::Request request = CommandLine().parse(arguments);
+    if (const auto* const doctor = std::get_if<DoctorOptions>(&request))
         return runDoctor(*doctor);
-    if (const auto* const report = std::get_if<ReportOptions>(&parsed))
+    if (const auto* const report = std::get_if<ReportOptions>(&request))
         return runReport(*report);
-    const auto* const options = std::get_if<Options>(&parsed);
+    const auto* const options = std::get_if<Options>(&request);
     if (!options)
-        return answer(*std::get_if<NoJob>(&parsed), arguments.contains("--json"_L1));
+        return answer(*std::get_if<NoJob>(&request), arguments.contains("--json"_L1));
     const std::unique_ptr<JobEvents> reporter = makeReporter(*options);
     const ModuleLog log(*options, *reporter);
     return runBatch(*options, *reporter);

@@ -103,6 +103,8 @@ QString readTiff(FileWindow& file, MediaFacts& facts)
         else if (tag == kStripBytes || tag == kTileBytes)
             lengths = field;
     });
+    for (const Tiff::Field& field : {offsets, lengths})
+        end = qMax(end, field.place + qint64(field.count) * field.width);
     quint64 begin = 0;
     quint64 last = 0;
     for (quint64 i = 0; i < qMin(offsets.count, kMostStrips); ++i) {

@@ -25,12 +25,12 @@ Failure Deliver::prepare()
         return {};
     }
     mFinalPath = Platform::finalPath(spec.outputPath);
-    if (const Failure failure = checkPlace())
+    if (Failure failure = checkPlace())
         return failure;
     // One file to one name: a folder that is not there is a mistake.
     const bool isNamed = mContext.options.output == spec.outputPath;
     const QString model = isNamed ? QString() : NativePath::folder(NativePath::absolute(spec.inputPath));
-    if (const Failure failure = mContext.stagingFolders.open(NativePath::folder(mFinalPath), model, mFolder))
+    if (Failure failure = mContext.stagingFolders.open(NativePath::folder(mFinalPath), model, mFolder))
         return failure;
     mStagedPath = mFolder->newPath(suffix);
     return {};

@@ -66,7 +66,7 @@ Failure JobFiles::setSourceSuffix(const QString& suffix)
 // Empty when there can be none. Without a suffix it is a folder's.
 QString JobFiles::linkTo(const QString& path, const QString& suffix)
 {
-    const QString link = mFolder.newPath(suffix);
+    QString link = mFolder.newPath(suffix);
     if (!Platform::makeLink(path, link, suffix.isEmpty()).isEmpty())
         return {};
     mLinks.append(link);

@@ -29,7 +29,7 @@ Failure StagingFolders::open(const QString& folder, const QString& model,
 {
     // Another run that found nothing to deliver there may take a folder away again that it has made.
     for (int tries = 0; tries < kMaxTries; ++tries) {
-        if (const Failure failure = make(folder, model))
+        if (Failure failure = make(folder, model))
             return failure;
         opened = in(folder);
         if (opened->isValid())
@@ -50,7 +50,7 @@ Failure StagingFolders::make(const QString& folder, const QString& model)
     const QString above = NativePath::folder(folder);
     if (model.isEmpty() || above == folder)
         return {FailureKind::NoOutputFolder, reason};
-    if (const Failure failure = make(above, NativePath::folder(model)))
+    if (Failure failure = make(above, NativePath::folder(model)))
         return failure;
     bool isNew = false;
     reason = Platform::makeFolder(folder, kFolderMode, isNew);

@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <fstream>
 
 #include "host/system/NativePath.h"
 #include "host/system/PlatformFiles.h"
@@ -76,6 +77,18 @@ bool isUnderstood(const QString& folder, int depth = 0)
            });
 }
 
+// A full disk still makes folders. Returns why a file in it cannot be written.
+QString probe(const QString& folder)
+{
+    const QString path = NativePath::join(folder, u"0"_s);
+    std::ofstream file(NativePath::toNative(path), std::ios::binary);
+    file.put('0');
+    file.close();
+    QString error = file ? QString() : qt_error_string();
+    Platform::removeTree(path);
+    return error;
+}
+
 } // namespace
 
 PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
@@ -83,8 +96,12 @@ PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
     const QString name = NativePath::join(parent, QLatin1String(prefix) + ownName());
     for (int tries = 0; tries < kMaxTries; ++tries) {
         mPath = name + u"%1"_s.arg(QRandomGenerator::system()->bounded(0x10000), 4, 16, QChar(u'0'));
-        if (Platform::makePrivateFolder(mPath, mError))
-            return;
+        if (Platform::makePrivateFolder(mPath, mError)) {
+            mError = probe(mPath);
+            if (mError.isEmpty())
+                return;
+            remove();
+        }
         if (!mError.isEmpty())
             break;
     }

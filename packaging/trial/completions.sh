@@ -23,6 +23,11 @@ expect zsh "$(timeout 60 zsh -f -c '
     print -r -- $output
     zpty -d shell' | tr -d '\r' | sed -n '/^--/p;/--qu.*--/p')"
 # And all that the help names.
-vxcompress --help-all | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort -u >named
-fish -c 'complete -C "vxcompress --"' | grep -o -- '^--[a-z-]*' | sort -u | diff named -
-man vxcompress | col -b | grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort -u | diff named -
+options() { grep -oE '^ +(-., )?--[a-z-]+' | grep -o -- '--.*' | sort -u; }
+for command in '' report doctor; do
+    # shellcheck disable=SC2086  # none at all for the program itself
+    vxcompress $command --help-all | options >named
+    fish -c "complete -C 'vxcompress $command --'" | grep -o -- '^--[a-z-]*' | sort -u | diff named -
+    cat named >>all-named
+done
+man vxcompress | col -b | options | diff <(sort -u all-named) -

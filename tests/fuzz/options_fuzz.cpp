@@ -1,7 +1,7 @@
 // A command line, a word in each line up to an empty one, and the list of --files-from behind it.
 #include <QDir>
 
-#include "host/cli/ParseOptions.h"
+#include "host/cli/CommandLine.h"
 #include "host/job/Format.h"
 #include "host/plan/Plan.h"
 #include "host/system/NativePath.h"
@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         checkShown(word);
         arguments.append(NativePath::fromBytes(word));
     }
-    const auto parsed = parseOptions(arguments);
+    const auto parsed = CommandLine().parse(arguments);
     if (const auto* const noJob = std::get_if<NoJob>(&parsed)) {
         require(!noJob->text.isEmpty() && (noJob->status == kDelivered || noJob->status == kUsage),
                 "no job is explained");

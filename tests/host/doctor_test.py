@@ -87,10 +87,16 @@ class Doctor(Place):
         self.assertEqual((run.end().out, run.status), ("", 130))
 
     def test_completion(self):
-        script = '. "$0"; compopt() { :; }; COMP_WORDS=(vxcompress --) COMP_CWORD=1; _vxcompress; echo "${COMPREPLY[@]%=}"'
-        offered = subprocess.check_output(["bash", "-c", script, os.path.join(REAL, "../reference/vxcompress.bash")])
-        named = re.findall(r"^ +(?:-\w, )?(--[a-z-]+)", self.run_host("--help-all").out, re.M)
-        self.assertEqual(offered.decode().split(), named)
+        script = '. "$0"; compopt() { :; }; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _vxcompress; echo "${COMPREPLY[@]%=}"'
+        page = self.read(os.path.join(REAL, "../reference/vxcompress.1")).decode().replace("\\", "")
+        for words, heading in ([], "OPTIONS"), (["report"], "REPORT"), (["doctor"], "DOCTOR"):
+            named = re.findall(r"^ +(?:-\w, )?(--[a-z-]+)", self.run_host(*words, "--help-all").out, re.M)
+            self.assertIn("--json", named)
+            offered = subprocess.check_output(["bash", "-c", script, os.path.join(REAL, "../reference/vxcompress.bash"),
+                                               "vxcompress", *words, "--"])
+            self.assertEqual(offered.decode().split(), named)
+            section = re.search(rf"^\.SH {heading}$(.*?)^\.SH ", page, re.M | re.S)[1]
+            self.assertEqual(re.findall(r"^(?:fB-.fR, )?fB(--[a-z-]+)fR", section, re.M), named)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,10 @@
 """However a run ends, nothing outlives it and nothing half done is to be seen. The encoders are fakes."""
+import fcntl
 import os
 import shutil
 import signal
 import tempfile
+import time
 
 from host import FAKE, Place, ffmpeg, main, wait_until
 
@@ -163,6 +165,34 @@ class Faults(Place):
                 os.remove(self.at("new.png"))
         self.assertEqual(self.read("second name.png"), b"old")
         shutil.rmtree(self.at("in/.vxcompress-ABCDEF"))
+
+    def test_what_is_replaced(self):
+        # A relative link counts from its own folder, and stays; what it leads to keeps what it has.
+        self.write("far/target.png", b"old")
+        os.symlink("target.png", self.at("far/link.png"))
+        for name in ("user.one", "user.second"):
+            os.setxattr(self.at("far/target.png"), name, name.encode())
+        os.utime(self.at("photo.png"), (1200000000, 1000000000))
+        run = self.fake("photo.png", "far/link.png", "-f", "--keep-dates").end()
+        self.assertEqual((run.status, os.readlink(self.at("far/link.png"))), (0, b"target.png"), run.err)
+        target = self.at("far/target.png")
+        self.assertNotEqual(self.read("far/target.png"), b"old")
+        self.assertEqual({name: os.getxattr(target, name) for name in os.listxattr(target)},
+                         {"user.one": b"user.one", "user.second": b"user.second"})
+        self.assertEqual(os.stat(target).st_mtime, 1000000000)
+
+    def test_channel_that_does_not_wait(self):
+        whole = self.run_host("--help-all").out
+        reader, writer = os.pipe()
+        fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+        os.set_blocking(writer, False)
+        os.write(writer, bytes(3000))
+        run = self.start("--help-all", stdout=writer)
+        os.close(writer)
+        time.sleep(0.3)
+        with open(reader, "rb") as file:
+            self.assertEqual(file.read()[3000:].decode(), whole)
+        self.assertEqual(run.end().status, 0)
 
     def test_leftovers(self):
         def folders(where=None):

@@ -1,11 +1,11 @@
 #include <QTest>
 
-#include "host/cli/ParseOptions.h"
-#include "host/system/PathText.h"
+#include "host/cli/CommandLine.h"
 #include "host/output/ResultText.h"
 #include "host/output/Figures.h"
 #include "host/run/Slots.h"
 #include "host/system/NativePath.h"
+#include "host/system/PathText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -18,12 +18,13 @@ private slots:
     void aims();
     void figures();
     void names();
+    void words();
     void room();
 };
 
 static QString aimOf(const QString& line)
 {
-    const auto result = parseOptions(line.split(u' '));
+    const auto result = CommandLine().parse(line.split(u' '));
     const auto* const options = std::get_if<Options>(&result);
     if (!options)
         return u"none"_s;
@@ -81,6 +82,25 @@ void HostPartsTest::names()
     QCOMPARE(shellWord(u"a\n'"_s), u"$'a\\n\\''"_s);
     QCOMPARE(cutTo(u"\u4e2d\u6587\u4e2d\u6587\u4e2d"_s, 9), u"\u4e2d\u6587\u4e2d..."_s);
     QCOMPARE(cutFrontTo(u"folder/name.mov"_s, 11), u"...name.mov"_s);
+}
+
+void HostPartsTest::words()
+{
+    // Names into which more could be read than they say, and one of bytes that are no text.
+    for (const QString& name :
+         {u"[a,b]"_s, u"{}"_s, u"%%"_s, u"++"_s, u"=a"_s, u"a=b"_s, u":a%0041"_s, u"report"_s, u"a b\n"_s,
+          u"\u00e9"_s, u"\U0001f39e"_s, QString(QChar(0xdcff))}) {
+        for (const QStringList& words :
+             {QStringList{u"-o"_s, name}, QStringList{u"-ro"_s + name.mid(name[0] == u'=')},
+              QStringList{u"-o="_s + name}, QStringList{u"--output="_s + name}}) {
+            const auto request = CommandLine().parse(QStringList{u"vxcompress"_s, u"a"_s, name} + words +
+                                                     QStringList{u"--"_s, u'-' + name});
+            const auto* const options = std::get_if<Options>(&request);
+            QVERIFY2(options, qPrintable(words.join(u' ')));
+            QCOMPARE(options->inputs, (QStringList{u"a"_s, name, u'-' + name}));
+            QCOMPARE(options->output, options->recursive ? name.mid(name[0] == u'=') : name);
+        }
+    }
 }
 
 void HostPartsTest::room()

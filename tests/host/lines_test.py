@@ -23,9 +23,19 @@ REFUSED = [
     ("photo.png", 2, "one input and one output"),
     ("photo.png old.jpg old.png", 2, "where do the results go"),
     ("photo.png out.jpg --fast", 2, "fast"),
-    ("report", 2, "needs files"),
-    ("report --htm both.ndjson", 2, "htm"),
-    ("doctor photo.png", 2, "doctor takes no file"),
+    ("photo.png out.jpg --qualty 7", 2, "is --quality meant?"),
+    ("photo.png out.jpg --scale jpeg", 2, "1, 2, 4"),
+    ("photo.png out.jpg --color jpeg", 2, "auto, always, never"),
+    ("photo.png out.jpg --force=yes", 2, "--force takes no value"),
+    ("photo.png out.jpg -q", 2, "--quality needs a value"),
+    ("photo.png --suffix= --in-place", 2, "without a slash"),
+    ("photo.png ---force", 2, "no option ---force"),
+    ("photo.png -5.jpg", 2, "no option -5"),
+    ("photo.png --quality --in-place", 2, '"--in-place"'),
+    ("photo.png report --in-place -0", 2, "--files-from"),
+    ("report", 2, "report needs files"),
+    ("report --htm both.ndjson", 2, "is --html meant?"),
+    ("doctor photo.png", 2, 'doctor takes no file, but there is "photo.png"'),
     ("photo.png out", 2, "needs a suffix"),
     # Names under which ffmpeg would write raw H.264 into an image.
     ("scan.tiff scan.tiff --force", 2, "jpg, jpeg, png, webp; mp4"),
@@ -201,9 +211,14 @@ class Lines(Place):
             self.assertEqual(self.read(folder + b"out\xff.webp")[:4], b"RIFF")
 
     def test_answers(self):
-        for line, lines in (("--help", 24), ("--help-all", 100), ("photo.png --version -q 7", 1)):
-            out = self.run_host(*line.split(" ")).out.splitlines()
-            self.assertTrue(len(out) <= lines and max(map(len, out)) <= 80, out)
+        for line, lines, named in (("--help", 24, "--help-all"), ("--help-all", 100, "3.ndjson"), ("-h --fast", 24, "-o"),
+                                   ("photo.png --version -q 700", 1, "vxcompress"), ("report --help", 24, "--html FILE"),
+                                   ("report --help-all", 24, "FILE..."), ("doctor -h --json=7 x", 24, "--quiet")):
+            with self.subTest(line):
+                out = self.run_host(*line.split(" ")).out
+                self.assertIn(named, out)
+                rows = out.splitlines()
+                self.assertTrue(len(rows) <= lines and max(map(len, rows)) <= 80, rows)
 
 
 if __name__ == "__main__":

@@ -150,6 +150,7 @@ private slots:
             -lossless 1 la.webp |format=rgba      |64x48 alpha
             -c:v libwebp_anim moves.webp|fps=25   |64x48 alpha animated
             moves.gif           |fps=25           |64x48 alpha animated
+            -global_palette 0 moves-local.gif|fps=25|64x48 alpha animated
             odd.bmp             |crop=63:47       |63x47
             plain.jpg           |format=yuvj444p  |64x48)";
         for (const QStringList& row : rowsOf(kRows)) {
@@ -171,10 +172,16 @@ private slots:
     {
         QVERIFY(
             run({ToolCall::beside(u"cJpeg"_s), u"-restart 1 -outfile scans.jpg media/a.bmp"_s.split(u' ')}));
+        // Two strips of 10 bytes after the directory.
+        mFolder.write(u"strips.tiff"_s,
+                      QByteArray::fromHex("49492A0008000000 0200 1101 0400 02000000 26000000 "
+                                          "1701 0400 02000000 2E000000 00000000 "
+                                          "36000000 40000000 0A000000 0A000000") +
+                          QByteArray(20, 't'));
         QVERIFY(bytes(u"scans.jpg"_s).count("\xFF\xDA") > 2);
         for (const QStringList& row :
-             rowsOf("photo.jpg|0\nscans.jpg|0\ndeepalpha.png|0\nmoves.png|0\nmoves.gif|0\n"
-                    "la.webp|0\nlossyalpha.webp|0\nplain.tiff|4\nodd.bmp|3")) {
+             rowsOf("photo.jpg|0\nscans.jpg|0\ndeepalpha.png|0\nmoves.png|0\nmoves.gif|0\nmoves-local.gif|0\n"
+                    "la.webp|0\nlossyalpha.webp|0\nplain.tiff|4\nstrips.tiff|0\nodd.bmp|3")) {
             const QByteArray whole = bytes(row[0]);
             const MediaFacts facts = inspectBytes(whole);
             QVERIFY2(facts.kind == MediaKind::Image && facts.damage.isEmpty(), qPrintable(row[0]));
@@ -187,6 +194,7 @@ private slots:
             // What follows is another file's.
             QCOMPARE(inspectBytes(whole + QByteArray(99, '\xFF') + "video").damage, QString());
         }
+        QVERIFY(!inspectBytes(QByteArray::fromHex("FFD8FFD9")).damage.isEmpty()); // whole, without an image
     }
 
     // What is read wrong, the file's beginning in hexadecimal (~ so many zeros), its MiB, whether it is cut.
