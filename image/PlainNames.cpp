@@ -21,6 +21,7 @@ bool isPictureSuffix(const QString& suffix)
         u"jpeg jpg jps mpo ljpg jls png pns mng ppm pnm pgm pgmyuv pbm pam pfm phm y raw bmp tga "
         "tiff tif sgi ptx pcd pcx pic pct pict sun ras rs im1 im8 im24 dds j2c jp2 jpc j2k dpx "
         "exr xbm xface xpm webp xwd img ximg timg svg svgz pix vbn wbmp qoi hdr gem jxl dng cri "
+        "sunras im32 yuv10 "
         "mpg1-img mpg2-img mpg4-img"_s.split(u' ');
     return kSuffixes.contains(suffix, Qt::CaseInsensitive);
 }
@@ -77,10 +78,9 @@ PlainNames PlainNames::forRun(const QString& inputPath, const QString& outputPat
     if (isPattern(inputPath)) {
         names.mLinkFolder = makePrivateFolder();
         names.mInput = nameIn(names.mLinkFolder, u"source"_s, QFileInfo(inputPath).suffix());
-        if (!names.mLinkFolder.isEmpty() &&
-            Files::link(Files::native(inputPath), Files::native(names.mInput)) &&
-            QFileInfo(inputPath).isFile())
-            copyFile(inputPath, names.mInput);
+        names.mIsReadable = !names.mLinkFolder.isEmpty() &&
+                            (!Files::link(Files::native(inputPath), Files::native(names.mInput)) ||
+                             !QFileInfo(inputPath).isFile() || copyFile(inputPath, names.mInput));
     }
     if (isPattern(outputPath)) {
         const QFileInfo beside(privateNameBeside(finalPath(outputPath)));

@@ -14,12 +14,14 @@ class PlainNames
 public:
     /// The job's own names, whatever they are.
     PlainNames(const QString& inputPath, const QString& outputPath);
-    /// Names for a run, with the link where one is needed.
+    /// Names for a run, with the link where one is needed; see isReadable().
     static PlainNames forRun(const QString& inputPath, const QString& outputPath);
 
     /// What ffmpeg reads, and where it writes.
     const QString& input() const { return mInput; }
     const QString& output() const { return mOutput; }
+    /// False where the source needs a link and got none: no encoder must start then.
+    bool isReadable() const { return mIsReadable; }
 
     /// Puts the finished output to the job's own name, if it is not there yet and there is one. False: it
     /// could not be, and it is gone.
@@ -38,4 +40,5 @@ private:
     QString mInput;
     QString mOutput;
     QString mLinkFolder; ///< empty without a link
+    bool mIsReadable = true;
 };

@@ -33,6 +33,10 @@ bool WebpCompressor::start()
         return true;
     }
     mNames = PlainNames::forRun(mInputPath, mOutputPath);
+    if (!mNames.isReadable()) {
+        mProcess->refuse();
+        return true;
+    }
     mProcess->run({commandLine(tool, buildCommand()), mNames.output(), QString(), mNames.cleanUp()});
     return true;
 }

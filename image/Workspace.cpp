@@ -20,12 +20,24 @@ QString temporaryLocation()
     return place.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::TempLocation) : place;
 }
 
+namespace {
+
+// One run at a time has the plain name; making a folder fails where there is one.
+QString makeWorkspaceFolder()
+{
+    const QString plain = temporaryLocation() + "/compress"_L1;
+    return QDir().mkdir(plain, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner) ? plain
+                                                                                       : makePrivateFolder();
+}
+
+} // namespace
+
 Workspace makeWorkspace(const QString& sourcePath)
 {
     const QFileInfo source(sourcePath);
     Workspace workspace;
     workspace.sourcePath = sourcePath;
-    workspace.dir = makePrivateFolder();
+    workspace.dir = makeWorkspaceFolder();
     // Without a folder both names lie below one that nobody has, and so never meet a file of anyone.
     const QString base = workspace.dir.isEmpty()
                              ? temporaryLocation() + u'/' + QUuid::createUuid().toString(QUuid::Id128)

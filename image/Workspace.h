@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// The private folder of one JPEG or PNG run, so that any number of them may run at once.
+/// The folder of one JPEG or PNG run. Any number of them may run at once.
 struct Workspace
 {
     QString dir;        ///< empty when it could not be made
@@ -20,7 +20,8 @@ struct Workspace
 /// The system's temporary location, made where there is none yet.
 QString temporaryLocation();
 
-/// Makes a folder directly in the temporary location, for this user alone, and copies the source into it.
+/// Makes a folder directly in the temporary location, for this user alone, and copies the source into it. It is
+/// "compress", or while another run has that, one with a name of its own.
 /// A failed step shows as a missing file, which the encoder and the finish rule then report.
 Workspace makeWorkspace(const QString& sourcePath);
 

@@ -53,13 +53,23 @@ private slots:
         QTRY_COMPARE(fake->writtenCount(), 1);
         QCOMPARE(folder->leftovers().size(), 1);
         const QFileInfo workspace(folder->temporaryPath() + u'/' + folder->leftovers()[0]);
-        QVERIFY(workspace.fileName().startsWith(u"compress"_s));
+        QCOMPARE(workspace.fileName(), u"compress"_s);
         QVERIFY(TestSystem::isPrivate(workspace));
         const QString images = withSuffix(workspace.filePath() + u"/temporaryImage_%1"_s);
         QCOMPARE(TestFolder::read(images.arg(1)), kSource);
         QCOMPARE(TestFolder::read(images.arg(2)), kResult);
         QCOMPARE(stateOf(*probe), CompressTask::Running);
         QVERIFY(!probe->task->estimate());
+        // Another one beside it, and one after both.
+        const auto other = makeTask();
+        QVERIFY(other->begin());
+        QTRY_COMPARE(fake->writtenCount(), 2);
+        QCOMPARE(folder->leftovers().size(), 2);
+        probe->task->stop();
+        QVERIFY(!folder->leftovers().contains(u"compress"_s));
+        other->task->stop();
+        QCOMPARE(folder->leftovers(), QStringList());
+        QVERIFY(probe->begin() && folder->leftovers() == QStringList{u"compress"_s});
         probe->task->stop();
         QCOMPARE(folder->leftovers(), QStringList());
     }
