@@ -140,9 +140,7 @@ bool FFDemuxer::readStreamInfo()
     const bool tolerant = toleratesMissingInfo(context);
     if (mTimestampFall == TimestampFall::Joint)
         context->correct_ts_overflow = 0;
-    const bool read = avformat_find_stream_info(context, nullptr) >= 0;
-    // For a file without streams some 6.x report success, all others the end of the file.
-    return (read && context->nb_streams > 0) || tolerant;
+    return avformat_find_stream_info(context, nullptr) >= 0 || tolerant;
 }
 
 void FFDemuxer::close()

@@ -242,6 +242,25 @@ private slots:
         QVERIFY(media->videoStreams.isEmpty() && media->streams.first()->mediaType == AVMEDIA_TYPE_DATA);
     }
 
+    // Which is no failure: a list of tags, and a movie without a track.
+    void withoutStreams()
+    {
+        const TestFolder folder;
+        const QByteArray head(
+            "\0\0\0\x10"
+            "ftypisom\0\0\2\0\0\0\0\x74moov\0\0\0\x6cmvhd\0\0\0\0\0\0\0\0\0\0\0\0\0\0\3\xe8",
+            48);
+        for (const QByteArray& content :
+             {QByteArray(";FFMETADATA1\ntitle=a\n"), head + QByteArray(84, '\0')}) {
+            FFDemuxer demuxer;
+            QVERIFY(demuxer.open(folder.write(u"a"_s, content)));
+            const auto found = describeMedia(demuxer);
+            QVERIFY(found->streams.isEmpty() && found->videoStreams.isEmpty());
+            QVERIFY(found->audioStreams.isEmpty() && found->subtitleStreams.isEmpty());
+            QVERIFY(!demuxer.readPacket());
+        }
+    }
+
     void samePackets_data()
     {
         QTest::addColumn<QString>("name");
