@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QSaveFile>
-#include <QTemporaryFile>
 
 #include "process/Files.h"
 
@@ -13,8 +12,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kCopyBlockBytes = 1 << 20;
-// ffmpeg writes so much at a time.
-constexpr int kDiskProbeBytes = 1 << 15;
+// Many times what ffmpeg writes at once.
+constexpr std::uintmax_t kAmpleRoomBytes = 1 << 20;
 
 // Both unbuffered: a full disk must show at write(), since closing takes no notice of a last buffer that
 // could not be written.
@@ -116,11 +115,10 @@ bool removeFailedOutput(const QString& outputPath, const QString& inputPath)
     return !Files::remove(Files::native(written));
 }
 
-// Asked by writing: free space in numbers knows neither quotas nor what is reserved for whom.
-bool isDiskFull(const QString& outputPath)
+bool isDiskAllButFull(const QString& outputPath)
 {
-    QTemporaryFile probe(QFileInfo(outputPath).absolutePath() + "/.diskprobe-XXXXXX"_L1);
-    if (!probe.open())
-        return false;
-    return probe.write(QByteArray(kDiskProbeBytes, 'x')) != kDiskProbeBytes || !probe.flush();
+    std::error_code error;
+    const QString folder = QFileInfo(finalPath(outputPath)).absolutePath();
+    const std::filesystem::space_info space = std::filesystem::space(Files::native(folder), error);
+    return !error && space.available < kAmpleRoomBytes;
 }

@@ -43,5 +43,5 @@ bool deliverSource(const QString& from, const QString& source, const QString& to
 /// link stays, and what it leads to goes. False when something of it is left.
 bool removeFailedOutput(const QString& outputPath, const QString& inputPath);
 
-/// Whether the disk below an output takes no more.
-bool isDiskFull(const QString& outputPath);
+/// Whether the disk of an output has so little room left that its last bytes may not have been written.
+bool isDiskAllButFull(const QString& outputPath);

@@ -249,9 +249,9 @@ ToolProcess::Ending::~Ending()
         mProcess->letGoAndDelete();
 }
 
-void ToolProcess::Ending::distrustFullDisk(const QString& outputPath)
+void ToolProcess::Ending::distrustFullDisk(const QString& outputPath, const std::function<bool()>& isWhole)
 {
-    if (mExitCode == FinishCode::kSuccess && isDiskFull(outputPath))
+    if (mExitCode == FinishCode::kSuccess && isDiskAllButFull(outputPath) && !isWhole())
         mExitCode = FinishCode::kRefused;
 }
 

@@ -24,6 +24,7 @@ protected slots:
 private:
     QStringList buildCommand();
     Verdict judgeRun(const ToolProcess::Ending& ending) const;
+    bool isOutputWhole() const;
     bool deliver(Verdict::Delivery delivery) const;
 
     QString mInputPath;

@@ -1,9 +1,7 @@
 #include "video/CommandSteps.h"
 
-#include <QDir>
 #include <QFileInfo>
 
-#include <atomic>
 #include <cmath>
 #include <thread>
 
@@ -12,20 +10,13 @@
 #include "demux/MediaDescription.h"
 #include "hostlibs/VxMediaInfo.h"
 #include "image/CommandLine.h"
-#include "image/Workspace.h"
 #include "log/DebugLine.h"
 #include "video/InfoEstimate.h"
 #include "video/PictureSize.h"
+#include "video/ProgressFile.h"
 #include "video/TargetBitrate.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// The first build of a process takes number 2.
-std::atomic<qint32> progressFileCounter = 1;
-
-} // namespace
 
 SourceProbe::SourceProbe(const QString& path) : demuxer(Vantor::createDemuxer(path, false))
 {
@@ -107,9 +98,18 @@ QStringList bitrateElements(const QString& inputPath, const QString& percentage,
     return {u"-vb"_s, bitrate, "-minrate "_L1 + bitrate, "-maxrate "_L1 + bitrate, "-bufsize "_L1 + bitrate};
 }
 
-QStringList outputElements(const QString& outputPath, const QString& progressFilePath)
+void addOutput(Command& command, const QString& outputPath)
 {
-    return {quotedPath(outputPath), u"-progress"_s, quotedPath(progressFilePath)};
+    command.progressFilePath = ProgressFile::newPath();
+    command.fragments << quotedPath(outputPath) << ProgressFile::elements(command.progressFilePath);
+}
+
+void addTranscode(Command& command, const CommandInput& input, const SourceProbe& source, qint64 durationMs)
+{
+    command.outputMs = durationMs;
+    command.fragments << u"-vf"_s << scaleElement(source, input.scale) << u"-filter_threads 1"_s << u"-y"_s
+                      << u"-threads"_s << QString::number(encoderThreadCount());
+    addOutput(command, input.outputPath);
 }
 
 QString scaleElement(const SourceProbe& source, const QString& scale)
@@ -126,10 +126,4 @@ int encoderThreadCount()
     debugLine() << "threadCount:" << hardwareThreads;
     debugLine() << "currenThreadCount:" << count;
     return static_cast<int>(count);
-}
-
-QString nextProgressFilePath()
-{
-    const qint32 number = ++progressFileCounter;
-    return QDir::cleanPath(temporaryLocation() + u'/' + u"progress_%1.txt"_s.arg(number));
 }

@@ -4,14 +4,15 @@
 #include <QString>
 #include <QStringList>
 
+#include "video/Commands.h"
+
 namespace Vantor {
 class FFDemuxer;
 struct MediaDescription;
 struct VideoStreamDescription;
 } // namespace Vantor
 
-/// The steps that ffmpeg's video commands have in common. They run in the thread that starts the task and block it;
-/// any number of threads may build commands at once.
+/// The steps that ffmpeg's video commands have in common.
 
 /// The source, open and described, for as long as a command is built.
 struct SourceProbe
@@ -44,8 +45,11 @@ QStringList inputElements(const QString& inputPath);
 /// The pinned bitrate that brings the output near a percentage of the source's size.
 QStringList bitrateElements(const QString& inputPath, const QString& percentage, qint64 durationMs);
 
-/// The elements that close every command: the output and ffmpeg's progress file.
-QStringList outputElements(const QString& outputPath, const QString& progressFilePath);
+/// What closes every command: the output and ffmpeg's progress.
+void addOutput(Command& command, const QString& outputPath);
+
+/// What closes both transcodes: the image, the threads and the output.
+void addTranscode(Command& command, const CommandInput& input, const SourceProbe& source, qint64 durationMs);
 
 /// "scale=W:H" for the chosen video stream; 0:0, ffmpeg's "as it is", without one.
 QString scaleElement(const SourceProbe& source, const QString& scale);
@@ -53,6 +57,3 @@ QString scaleElement(const SourceProbe& source, const QString& scale);
 /// A third of the hardware threads, rounded up, and 0 (ffmpeg's own choice) when their number is unknown. Two
 /// lines in the debug log tell both.
 int encoderThreadCount();
-
-/// A fresh path in the temporary directory for ffmpeg's progress, unique in this process.
-QString nextProgressFilePath();

@@ -1,9 +1,6 @@
-#include "video/VideoCompressor.h"
-
 #include <algorithm>
 
 #include "demux/MediaDescription.h"
-#include "image/CommandLine.h"
 #include "video/CommandSteps.h"
 
 using namespace Qt::StringLiterals;
@@ -38,25 +35,14 @@ QStringList streamElements(const SourceProbe& source, const QString& outputPath)
 
 } // namespace
 
-QStringList VideoCompressor::buildQualityCommand()
+Command qualityCommand(const CommandInput& input)
 {
-    const SourceProbe source(mInputPath);
+    const SourceProbe source(input.inputPath);
     if (!source.media)
         return {};
-    mDurationMs = source.sourceDurationMs();
-
-    QStringList command = inputElements(mInputPath);
-    command << streamElements(source, mOutputPath) << u"-preset veryfast"_s << u"-crf"_s << mQuality
-            << transcodeElements(source);
+    Command command{inputElements(input.inputPath)};
+    command.fragments << streamElements(source, input.outputPath) << u"-preset veryfast"_s << u"-crf"_s
+                      << input.quality;
+    addTranscode(command, input, source, source.sourceDurationMs());
     return command;
-}
-
-// The end of both transcodes: the picture, the threads and the output.
-QStringList VideoCompressor::transcodeElements(const SourceProbe& source)
-{
-    mProgressFilePath = nextProgressFilePath();
-    QStringList elements{u"-vf"_s,      scaleElement(source, mScale),         u"-filter_threads 1"_s, u"-y"_s,
-                         u"-threads"_s, QString::number(encoderThreadCount())};
-    elements << outputElements(mOutputPath, mProgressFilePath);
-    return elements;
 }

@@ -1,28 +1,28 @@
-#include "video/VideoCompressor.h"
+#include <algorithm>
 
-#include "image/CommandLine.h"
 #include "video/CommandSteps.h"
 #include "video/PictureSize.h"
 
 using namespace Qt::StringLiterals;
 
-QStringList VideoCompressor::buildSampleCommand()
+Command sampleCommand(const CommandInput& input)
 {
-    const SourceProbe source(mInputPath);
+    const SourceProbe source(input.inputPath);
     if (!source.media)
         return {};
-
-    QStringList command = inputElements(mInputPath);
-    command << u"-preset veryfast"_s;
-    if (mIsPercentage)
-        command << bitrateElements(mInputPath, mPercentage, source.describedDurationMs());
+    const qint64 durationMs = source.describedDurationMs();
+    Command command{inputElements(input.inputPath)};
+    QStringList& fragments = command.fragments;
+    fragments << u"-preset veryfast"_s;
+    if (input.isPercentage)
+        fragments << bitrateElements(input.inputPath, input.percentage, durationMs);
     else
-        command << u"-crf"_s << mQuality;
-    // A sample at full size keeps the source's picture, also where a transcode would round it.
-    if (divisorOf(mScale) > 1)
-        command << u"-vf"_s << scaleElement(source, mScale);
-    command << u"-ac 2"_s << u"-y"_s << u"-t 15"_s;
-    mProgressFilePath = nextProgressFilePath();
-    command << outputElements(mOutputPath, mProgressFilePath);
+        fragments << u"-crf"_s << input.quality;
+    // A sample at full size keeps the source's own, also where a transcode would round it.
+    if (divisorOf(input.scale) > 1)
+        fragments << u"-vf"_s << scaleElement(source, input.scale);
+    fragments << u"-ac 2"_s << u"-y"_s << u"-t %1"_s.arg(kSampleMs / 1000);
+    command.outputMs = std::min<qint64>(durationMs, kSampleMs);
+    addOutput(command, input.outputPath);
     return command;
 }

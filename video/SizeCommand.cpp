@@ -1,5 +1,3 @@
-#include "video/VideoCompressor.h"
-
 #include "demux/MediaDescription.h"
 #include "video/CommandSteps.h"
 
@@ -19,19 +17,19 @@ QString copyElement(const Vantor::MediaDescription& media)
 
 } // namespace
 
-QStringList VideoCompressor::buildSizeCommand()
+Command sizeCommand(const CommandInput& input)
 {
-    const SourceProbe source(mInputPath);
+    const SourceProbe source(input.inputPath);
     if (!source.media)
         return {};
-    mDurationMs = source.sourceDurationMs();
-
-    QStringList command = inputElements(mInputPath);
-    for (const QString& element : {audioCodecElement(mOutputPath), copyElement(*source.media)}) {
+    Command command{inputElements(input.inputPath)};
+    for (const QString& element : {audioCodecElement(input.outputPath), copyElement(*source.media)}) {
         if (!element.isEmpty())
-            command << element;
+            command.fragments << element;
     }
-    command << u"-ac 2"_s << u"-preset veryfast"_s << bitrateElements(mInputPath, mPercentage, mDurationMs)
-            << transcodeElements(source);
+    const qint64 durationMs = source.sourceDurationMs();
+    command.fragments << u"-ac 2"_s << u"-preset veryfast"_s
+                      << bitrateElements(input.inputPath, input.percentage, durationMs);
+    addTranscode(command, input, source, durationMs);
     return command;
 }

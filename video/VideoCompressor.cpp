@@ -1,10 +1,10 @@
 #include "video/VideoCompressor.h"
 
+#include <QCoreApplication>
 #include <QFile>
-#include <QThread>
+#include <QPointer>
 
 #include <algorithm>
-#include <utility>
 
 #include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
@@ -12,14 +12,10 @@
 #include "image/FinishRule.h"
 #include "log/DebugLine.h"
 #include "process/Files.h"
+#include "video/OutputCheck.h"
+#include "video/ProgressFile.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr float kSampleDurationMs = 15000.0F;
-
-} // namespace
 
 VideoCompressor::VideoCompressor(const QVariantMap& params)
     : CompressTask(params), mInputPath(params.value(u"inputPath"_s).toString()),
@@ -34,15 +30,15 @@ VideoCompressor::VideoCompressor(const QVariantMap& params)
 
 bool VideoCompressor::start()
 {
-    return run(mIsPercentage ? &VideoCompressor::buildSizeCommand : &VideoCompressor::buildQualityCommand);
+    return run(mIsPercentage ? sizeCommand : qualityCommand);
 }
 
 bool VideoCompressor::estimate()
 {
-    return run(&VideoCompressor::buildSampleCommand);
+    return run(sampleCommand);
 }
 
-bool VideoCompressor::run(Builder builder)
+bool VideoCompressor::run(CommandBuilder builder)
 {
     if (!endRunningJob(this, mProcess))
         return true;
@@ -50,11 +46,19 @@ bool VideoCompressor::run(Builder builder)
     const QString tool = toolPath("ffmpeg");
     if (!QFile::exists(tool))
         return false;
-    if (refusesSource())
+    // ffmpeg would cut the source before it reads it; and nobody could stop a look into a pipe.
+    const bool isRefused = isSameFile(mInputPath, mOutputPath) || Files::isPipe(Files::native(mInputPath));
+    mNames = isRefused ? PlainNames(mInputPath, mOutputPath) : PlainNames::forRun(mInputPath, mOutputPath);
+    if (isRefused || !mNames.isReadable()) {
+        mProgressThread.reset();
+        mProgressContext.reset();
+        mProcess = ToolProcess::makeFor(this);
+        mProcess->refuse();
         return true;
-    const QString command = commandLine(tool, build(builder));
-    if (builder == &VideoCompressor::buildSampleCommand) {
-        launch(command, kSampleDurationMs, Qt::AutoConnection);
+    }
+    const QString command = commandLine(tool, build(builder, mNames));
+    if (builder == sampleCommand) {
+        launch(command, kSampleMs, Qt::AutoConnection);
         return true;
     }
     debugLine() << "ffmpeg cmd: " << command;
@@ -63,54 +67,50 @@ bool VideoCompressor::run(Builder builder)
     return true;
 }
 
-// ffmpeg would cut the source before it reads it; and nobody could stop a look into a pipe.
-bool VideoCompressor::refusesSource()
+QStringList VideoCompressor::buildQualityCommand()
 {
-    if (!isSameFile(mInputPath, mOutputPath) && !Files::isPipe(Files::native(mInputPath)))
-        return false;
-    mNames = PlainNames(mInputPath, mOutputPath);
-    retireMonitor();
-    mProcess = ToolProcess::makeFor(this);
-    mProcess->refuse();
-    return true;
+    return build(qualityCommand, PlainNames(mInputPath, mOutputPath));
 }
 
-// The whole build goes by the plain names: the source is inspected under the one that ffmpeg gets.
-QStringList VideoCompressor::build(Builder builder)
+QStringList VideoCompressor::buildSizeCommand()
 {
-    mNames = PlainNames::forRun(mInputPath, mOutputPath);
-    const QString input = std::exchange(mInputPath, mNames.input());
-    const QString output = std::exchange(mOutputPath, mNames.output());
-    QStringList fragments = (this->*builder)();
-    mInputPath = input;
-    mOutputPath = output;
-    return fragments;
+    return build(sizeCommand, PlainNames(mInputPath, mOutputPath));
+}
+
+QStringList VideoCompressor::buildSampleCommand()
+{
+    return build(sampleCommand, PlainNames(mInputPath, mOutputPath));
+}
+
+// The whole build goes by the names that ffmpeg gets.
+QStringList VideoCompressor::build(CommandBuilder builder, const PlainNames& names)
+{
+    const Command command =
+        builder({names.input(), names.output(), mQuality, mPercentage, mScale, mIsPercentage});
+    if (command.fragments.isEmpty())
+        return {};
+    mProgressFilePath = command.progressFilePath;
+    mOutputMs = command.outputMs;
+    if (builder != sampleCommand)
+        mDurationMs = command.outputMs;
+    return command.fragments;
 }
 
 void VideoCompressor::launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection)
 {
-    if (QFile::exists(mProgressFilePath))
-        QFile::remove(mProgressFilePath);
+    ProgressFile::remove(mProgressFilePath);
     mProcess = ToolProcess::makeFor(this);
-    retireMonitor();
     mProgressThread.reset(new ProgressThread(durationMs, mProgressFilePath));
-    connect(mProgressThread.get(), SIGNAL(threadCompressProcess(float)), this,
-            SLOT(onCompressProgress(float)), progressConnection);
+    mProgressContext = std::make_unique<QObject>();
+    connect(
+        mProgressThread.get(), &ProgressThread::threadCompressProcess, mProgressContext.get(),
+        [this](float progress) { onCompressProgress(progress); }, progressConnection);
     const auto cleanUp = [files = mNames.cleanUp(), progress = mProgressFilePath](bool mayHaveOutput) {
-        const bool progressGone =
-            !mayHaveOutput || !QFile::exists(progress) || !Files::remove(Files::native(progress));
+        const bool progressGone = !mayHaveOutput || ProgressFile::remove(progress);
         return files(mayHaveOutput) && progressGone;
     };
     mProcess->run({command, mNames.output(), QString(), cleanUp});
     mProgressThread->start(QThread::InheritPriority);
-}
-
-void VideoCompressor::retireMonitor()
-{
-    // Values of it may be on their way to this task, which knows them by their sender: no other monitor gets
-    // its address before they have come.
-    if (mProgressThread)
-        ProgressThread::Release::later(mProgressThread.release());
 }
 
 void VideoCompressor::stop()
@@ -129,8 +129,8 @@ void VideoCompressor::stop()
     if (mProcess && mProcess->mayHaveOutput()) {
         mNames.removeOutput();
         // A killed encoder may yet have made it behind the monitor's end. What it still holds goes with its end.
-        if (QFile::exists(mProgressFilePath) && mProcess->state() == QProcess::NotRunning)
-            Files::remove(Files::native(mProgressFilePath));
+        if (mProcess->state() == QProcess::NotRunning)
+            ProgressFile::remove(mProgressFilePath);
     }
     mState = Failed;
 }
@@ -140,39 +140,31 @@ void VideoCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exit
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
     if (ending.isRepeated())
         return;
-    ending.distrustFullDisk(mNames.output());
+    ending.distrustFullDisk(mNames.output(), [this] { return isVideoWhole(mNames.output(), mOutputMs); });
     Verdict verdict = judge(TaskKind::Video, {ending.exitCode(), ending.isWhole()});
     if (verdict.delivery == Verdict::Result && !mNames.deliver())
         verdict = undelivered(TaskKind::Video);
     mNames.removeLink();
-    if (verdict.finishCode == FinishCode::kSuccess) {
-        finishSuccessfully(ending, verdict.text);
-        return;
-    }
-    stop();
-    ending.settle();
-    emit compressFinished(verdict.finishCode, verdict.text);
-}
-
-void VideoCompressor::finishSuccessfully(ToolProcess::Ending& ending, const QString& text)
-{
-    // It reads on to ffmpeg's end marker by itself, and may tell more behind the finish.
-    if (mProgressThread)
+    const bool isSuccess = verdict.finishCode == FinishCode::kSuccess;
+    if (!isSuccess)
+        stop();
+    else if (
+        mProgressThread) // It reads on to ffmpeg's end marker by itself, and may report more after the finish.
         mProgressThread->encoderEnded();
-    mState = Succeeded;
+    mState = isSuccess ? Succeeded : Failed;
     ending.settle();
     const QPointer<VideoCompressor> guard(this);
-    emit compressProcess(1.0F);
+    // What the monitor has read of a sample waits here for the event loop.
+    if (mProgressContext)
+        QCoreApplication::sendPostedEvents(mProgressContext.get(), QEvent::MetaCall);
+    if (guard && isSuccess)
+        emit compressProcess(1.0F);
     if (guard)
-        emit compressFinished(FinishCode::kSuccess, text);
+        emit compressFinished(verdict.finishCode, verdict.text);
 }
 
-// May run in the monitor's thread, and so touches no member there.
+// May run in the monitor's thread, and so touches no member.
 void VideoCompressor::onCompressProgress(float progress)
 {
-    // A sample's progress is queued: it may arrive behind its run's end, and in the next run.
-    const bool queued = QThread::currentThread() == thread();
-    if (queued && (mState != Running || sender() != mProgressThread.get()))
-        return;
     emit compressProcess(std::min(progress, 1.0F));
 }

@@ -2,12 +2,13 @@
 
 #include <QString>
 
+#include <memory>
+
 #include "compressor/CompressTask.h"
 #include "image/PlainNames.h"
 #include "image/ToolProcess.h"
+#include "video/Commands.h"
 #include "video/ProgressThread.h"
-
-struct SourceProbe;
 
 /// Re-encodes a video with ffmpeg, which writes the output path itself.
 class VideoCompressor : public CompressTask
@@ -21,9 +22,8 @@ public:
     void stop() override;
     bool estimate() override;
 
-    /// The fragments of ffmpeg's command line, without the program: blanks separate words, also within a
-    /// fragment, and paths are quoted. Each build names a progress file, and the first two store the source's
-    /// duration. Empty when the source cannot be opened; then nothing is stored.
+    /// See Commands.h. Each build names a progress file, and the first two store the source's duration. When the
+    /// source cannot be opened, nothing is stored.
     QStringList buildQualityCommand();
     QStringList buildSizeCommand();
     QStringList buildSampleCommand();
@@ -36,15 +36,9 @@ protected slots:
     void onCompressFinished(int exitCode, QProcess::ExitStatus exitStatus);
 
 private:
-    using Builder = QStringList (VideoCompressor::*)();
-
-    bool run(Builder builder);
-    QStringList transcodeElements(const SourceProbe& source);
-    bool refusesSource();
-    QStringList build(Builder builder);
+    bool run(CommandBuilder builder);
+    QStringList build(CommandBuilder builder, const PlainNames& names);
     void launch(const QString& command, float durationMs, Qt::ConnectionType progressConnection);
-    void retireMonitor();
-    void finishSuccessfully(ToolProcess::Ending& ending, const QString& text);
 
     QString mInputPath;
     QString mOutputPath;
@@ -55,7 +49,10 @@ private:
     qint64 mDurationMs = 0;
     bool mIsPercentage;
     QString mProgressFilePath;
-    PlainNames mNames; ///< of the current run
+    PlainNames mNames;    ///< of the current run
+    qint64 mOutputMs = 0; ///< how long its output will be; below 1 when unknown
+    /// Of the current run: values that are on their way to it go with it.
+    std::unique_ptr<QObject> mProgressContext;
     ToolProcess::Pointer mProcess;
     // The last member, and so the first to go: no progress comes from a half-destroyed task.
     ProgressThread::Pointer mProgressThread;

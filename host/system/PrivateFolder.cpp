@@ -59,7 +59,7 @@ bool isLeft(const QString& name, const QString& machine)
 bool isOwnName(const QString& name, bool isFolder, int depth)
 {
     static const QRegularExpression kFile(
-        u"^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.diskprobe-\\w{6}|\\.vx-[0-9a-z]+(\\..*)?)$"_s);
+        u"^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.vx-[0-9a-z]+(\\..*)?)$"_s);
     static const QRegularExpression kModuleFolder(u"^compress(\\w{6})?$"_s);
     static const QRegularExpression kModuleFile(u"^(temporaryImage_[12]|source)\\..*$"_s);
     if (isFolder)

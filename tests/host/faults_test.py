@@ -212,7 +212,7 @@ class Faults(Place):
         rows = [  # what is in it, and whether it stays
             ((machine, process, start), [], False),
             ((machine, b"%d" % os.getpid(), start), ["1.png"], False),  # the number is another process' by now
-            ((machine, process, start), ["17.mp4.tmp", "progress_10.txt", ".diskprobe-abCD12", ".vx-0a.png",
+            ((machine, process, start), ["17.mp4.tmp", "progress_10.txt", ".vx-0a.png",
                                          "compressabCD12/source.png", "compress/temporaryImage_1.png"], False),
             ((machine, process, start), ["1.png", "dear.jpg"], True),
             ((machine, process, start), ["compressabCD12/dear.jpg"], True),

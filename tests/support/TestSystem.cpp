@@ -21,6 +21,7 @@ const char* reasonAgainst(const QStringList& things)
     static const QHash<QString, const char*> kReasons{
 #ifndef Q_OS_UNIX
         {u"kill"_s, "there are no signals"},
+        {u"full"_s, "no function of a test stands before the system's"},
         {u"late"_s, "nothing can hold the end of a process up"},
         {u"limit"_s, "there is no limit on what a process writes"},
         {u"pipe"_s, "pipes lie apart from files"},
