@@ -5,6 +5,7 @@
 #include <QRandomGenerator>
 #include <QSaveFile>
 
+#include "image/ContainerEnd.h"
 #include "process/Files.h"
 
 using namespace Qt::StringLiterals;
@@ -12,7 +13,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kCopyBlockBytes = 1 << 20;
-// Many times what ffmpeg writes at once.
+// ffmpeg writes so much at once: where a write has failed, less is left. Its progress file may have lain there too.
+constexpr std::uintmax_t kWriteBytes = 1 << 15;
 constexpr std::uintmax_t kAmpleRoomBytes = 1 << 20;
 
 // Both unbuffered: a full disk must show at write(), since closing takes no notice of a last buffer that
@@ -115,10 +117,12 @@ bool removeFailedOutput(const QString& outputPath, const QString& inputPath)
     return !Files::remove(Files::native(written));
 }
 
-bool isDiskAllButFull(const QString& outputPath)
+bool mayBeCutByFullDisk(const QString& outputPath)
 {
     std::error_code error;
-    const QString folder = QFileInfo(finalPath(outputPath)).absolutePath();
-    const std::filesystem::space_info space = std::filesystem::space(Files::native(folder), error);
-    return !error && space.available < kAmpleRoomBytes;
+    const QString place = finalPath(outputPath);
+    const auto space = std::filesystem::space(Files::native(QFileInfo(place).absolutePath()), error);
+    if (error || space.available >= kAmpleRoomBytes)
+        return false;
+    return !hasItsEnd(place).value_or(space.available >= kWriteBytes);
 }

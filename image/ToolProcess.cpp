@@ -249,9 +249,9 @@ ToolProcess::Ending::~Ending()
         mProcess->letGoAndDelete();
 }
 
-void ToolProcess::Ending::distrustFullDisk(const QString& outputPath, const std::function<bool()>& isWhole)
+void ToolProcess::Ending::distrustFullDisk(const QString& outputPath)
 {
-    if (mExitCode == FinishCode::kSuccess && isDiskAllButFull(outputPath) && !isWhole())
+    if (mExitCode == FinishCode::kSuccess && mayBeCutByFullDisk(outputPath))
         mExitCode = FinishCode::kRefused;
 }
 

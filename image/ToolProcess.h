@@ -93,8 +93,8 @@ public:
         /// The encoder was neither stopped nor killed nor did it crash: what it wrote is as it meant it.
         bool isWhole() const { return mExitStatus == QProcess::NormalExit && mHadEncoder; }
         /// For an encoder that writes the output path itself: ffmpeg up to 6.0 ends with 0 when only its last
-        /// writes failed. A success on a disk that is all but full becomes a refusal, unless the output is whole.
-        void distrustFullDisk(const QString& outputPath, const std::function<bool()>& isWhole);
+        /// writes failed. A success becomes a refusal where they may have.
+        void distrustFullDisk(const QString& outputPath);
         /// A success becomes an end with another code.
         void spoil(int exitCode, QProcess::ExitStatus exitStatus);
         /// The run has no files left to judge or remove. To be called before the task tells the host.

@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QtEndian>
 
 #include "compressor/FinishCode.h"
 #include "image/CommandLine.h"
@@ -58,7 +57,7 @@ void WebpCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exitS
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
     if (ending.isRepeated())
         return;
-    ending.distrustFullDisk(mNames.output(), [this] { return isOutputWhole(); });
+    ending.distrustFullDisk(mNames.output());
     Verdict verdict = judgeRun(ending);
     const bool outgrown = verdict.text.isEmpty();
     const bool delivered = verdict.delivery != Verdict::Nothing && deliver(verdict.delivery);
@@ -84,15 +83,6 @@ Verdict WebpCompressor::judgeRun(const ToolProcess::Ending& ending) const
     const qint64 resultBytes = ending.hadEncoder() && output.isFile() ? output.size() : 0;
     return judge(TaskKind::Webp,
                  {ending.exitCode(), ending.isWhole(), QFileInfo(mInputPath).size(), resultBytes});
-}
-
-// The file's own length stands behind "RIFF", without these eight bytes, and is written last.
-bool WebpCompressor::isOutputWhole() const
-{
-    QFile file(mNames.output());
-    const QByteArray head = file.open(QIODevice::ReadOnly) ? file.read(8) : QByteArray();
-    return head.size() == 8 && head.startsWith("RIFF") &&
-           file.size() == qint64(qFromLittleEndian<quint32>(head.constData() + 4)) + 8;
 }
 
 bool WebpCompressor::deliver(Verdict::Delivery delivery) const

@@ -24,7 +24,6 @@ protected slots:
 private:
     QStringList buildCommand();
     Verdict judgeRun(const ToolProcess::Ending& ending) const;
-    bool isOutputWhole() const;
     bool deliver(Verdict::Delivery delivery) const;
 
     QString mInputPath;

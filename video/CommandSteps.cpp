@@ -106,7 +106,7 @@ void addOutput(Command& command, const QString& outputPath)
 
 void addTranscode(Command& command, const CommandInput& input, const SourceProbe& source, qint64 durationMs)
 {
-    command.outputMs = durationMs;
+    command.durationMs = durationMs;
     command.fragments << u"-vf"_s << scaleElement(source, input.scale) << u"-filter_threads 1"_s << u"-y"_s
                       << u"-threads"_s << QString::number(encoderThreadCount());
     addOutput(command, input.outputPath);

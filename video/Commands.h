@@ -20,7 +20,7 @@ struct Command
 {
     QStringList fragments{};
     QString progressFilePath{};
-    qint64 outputMs = 0; ///< how long the output will be; below 1 when that is unknown
+    qint64 durationMs = 0; ///< the source's, below 1 when unknown; not of a sample
 };
 
 using CommandBuilder = Command (*)(const CommandInput& input);

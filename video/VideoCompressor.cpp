@@ -12,7 +12,6 @@
 #include "image/FinishRule.h"
 #include "log/DebugLine.h"
 #include "process/Files.h"
-#include "video/OutputCheck.h"
 #include "video/ProgressFile.h"
 
 using namespace Qt::StringLiterals;
@@ -90,9 +89,8 @@ QStringList VideoCompressor::build(CommandBuilder builder, const PlainNames& nam
     if (command.fragments.isEmpty())
         return {};
     mProgressFilePath = command.progressFilePath;
-    mOutputMs = command.outputMs;
     if (builder != sampleCommand)
-        mDurationMs = command.outputMs;
+        mDurationMs = command.durationMs;
     return command.fragments;
 }
 
@@ -140,7 +138,7 @@ void VideoCompressor::onCompressFinished(int exitCode, QProcess::ExitStatus exit
     ToolProcess::Ending ending(mProcess.get(), exitCode, exitStatus);
     if (ending.isRepeated())
         return;
-    ending.distrustFullDisk(mNames.output(), [this] { return isVideoWhole(mNames.output(), mOutputMs); });
+    ending.distrustFullDisk(mNames.output());
     Verdict verdict = judge(TaskKind::Video, {ending.exitCode(), ending.isWhole()});
     if (verdict.delivery == Verdict::Result && !mNames.deliver())
         verdict = undelivered(TaskKind::Video);

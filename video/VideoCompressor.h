@@ -49,8 +49,7 @@ private:
     qint64 mDurationMs = 0;
     bool mIsPercentage;
     QString mProgressFilePath;
-    PlainNames mNames;    ///< of the current run
-    qint64 mOutputMs = 0; ///< how long its output will be; below 1 when unknown
+    PlainNames mNames; ///< of the current run
     /// Of the current run: values that are on their way to it go with it.
     std::unique_ptr<QObject> mProgressContext;
     ToolProcess::Pointer mProcess;
