@@ -10,6 +10,7 @@
 #include "hostlibs/VxMediaInfo.h"
 #include "video/CommandSteps.h"
 #include "video/PictureSize.h"
+#include "video/ProgressFile.h"
 #include "video/ProgressThread.h"
 #include "video/TargetBitrate.h"
 
@@ -68,7 +69,7 @@ qsizetype differentProgressFiles()
     const auto thousand = [] {
         QStringList names;
         while (names.size() < 1000)
-            names.append(nextProgressFilePath());
+            names.append(ProgressFile::newPath());
         return names;
     };
     std::array<std::future<QStringList>, 4> threads;
