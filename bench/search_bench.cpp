@@ -28,7 +28,7 @@ QTextStream& out()
 }
 
 /// A task of the module, in this thread.
-class TaskRun final : public EncodeRun
+class TaskRun final : public ModuleRun
 {
     Q_OBJECT
 
@@ -41,7 +41,7 @@ public:
                                                {u"isPercentage"_s, request.isPercentage},
                                                {u"scale"_s, request.scale}}))
     {
-        connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SIGNAL(ended(int, QString)));
+        connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SLOT(onFinished(int, QString)));
     }
 
     void start() override
@@ -51,14 +51,18 @@ public:
     }
     void stop() override { mTask->stop(); }
 
+private slots:
+    void onFinished(int code, const QString& text)
+    {
+        emit ended(code == 0 ? Failure() : Failure{FailureKind::EncoderFailed, text, code});
+    }
+
 private:
     bool mIsSample;
     QSharedPointer<ICompressTask> mTask;
 };
 
-const EncodeRunFactory kMakeRun = [](const EncodeRequest& request) {
-    return std::make_unique<TaskRun>(request);
-};
+const MakeRun kMakeRun = [](const EncodeRequest& request) { return std::make_unique<TaskRun>(request); };
 
 NewPath newPathIn(const QTemporaryDir& folder)
 {
@@ -80,9 +84,9 @@ int encode(const QStringList& arguments)
     const QTemporaryDir folder;
     const EncodeRequest request = requestOf(arguments, folder);
     TaskRun run(request);
-    QObject::connect(&run, &EncodeRun::ended, &run, [&request](int code) {
+    QObject::connect(&run, &ModuleRun::ended, &run, [&request](const Failure& failure) {
         out() << QFileInfo(request.outputPath).size() << Qt::endl;
-        QCoreApplication::exit(code);
+        QCoreApplication::exit(failure.code);
     });
     run.start();
     return QCoreApplication::exec();
@@ -97,7 +101,7 @@ int estimate(const QStringList& arguments)
         for (const SampleMeasure& sample : outcome.samples)
             QTextStream(stderr) << sample.sourceBytes << ' ' << sample.sourceMs << ' ' << sample.resultBytes
                                 << ' ' << sample.resultMs << Qt::endl;
-        QCoreApplication::exit(outcome.kind == EstimateOutcome::Estimated ? 0 : 1);
+        QCoreApplication::exit(outcome.failure ? 1 : 0);
     });
     video.start();
     return QCoreApplication::exec();
@@ -109,20 +113,19 @@ int goal(const QStringList& arguments)
     SearchTarget target;
     target.inputPath = arguments[0];
     target.suffix = arguments[1];
-    target.isVideo = !QStringList({u"jpg"_s, u"png"_s, u"webp"_s}).contains(target.suffix);
+    target.format = Formats::ofSuffix(target.suffix, true);
     target.size = SizeGoal::parse(arguments[2]);
     if (const double minSsim = arguments[3].toDouble(); minSsim > 0)
-        target.minSsim = minSsim;
-    target.quality = arguments.value(4, target.isVideo ? u"28"_s : u"75"_s).toInt();
+        target.least = Score{&kSsim, minSsim};
+    target.quality = arguments.value(4, QString::number(target.format->quality.fallback)).toInt();
     GoalSearch search(target, kMakeRun, newPathIn(folder));
-    QObject::connect(&search, &GoalSearch::ended, &search, [&request](const GoalOutcome& outcome) {
+    QObject::connect(&search, &GoalSearch::ended, &search, [&target](const GoalOutcome& outcome) {
         for (const Trial& trial : outcome.trials)
-            out() << trial.setting << ':' << trial.bytes << ':' << trial.ssim << ' ';
+            out() << trial.setting << ':' << trial.bytes << ':' << trial.score << ' ';
         const qint64 sourceBytes = QFileInfo(target.inputPath).size();
-        if (outcome.kind == GoalOutcome::NotMet)
-            out() << "unmet, " << reachedText(target, outcome) << Qt::endl;
-        else if (outcome.kind != GoalOutcome::Met)
-            out() << "failed " << outcome.kind << ' ' << outcome.runCode << outcome.runText << Qt::endl;
+        if (outcome.failure)
+            out() << (outcome.failure.kind == FailureKind::AimUnreached ? "unmet, " : "failed, ")
+                  << outcome.failure.detail << Qt::endl;
         else if (target.size)
             out() << "met, "
                   << double(outcome.trials[outcome.chosen].bytes) / double(target.size->bytesFor(sourceBytes))
@@ -137,12 +140,11 @@ int goal(const QStringList& arguments)
 
 int ssim(const QString& result, const QString& source, const QString& kind)
 {
-    SsimProbe probe;
-    QObject::connect(&probe, &SsimProbe::ended, &probe, [](double value) {
+    MetricProbe probe(kSsim, result, source, kind == "video"_L1);
+    QObject::connect(&probe, &MetricProbe::ended, &probe, [](double value) {
         out() << value << Qt::endl;
         QCoreApplication::exit(value < 0 ? 1 : 0);
     });
-    probe.start(result, source, kind == "video"_L1 ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
     return QCoreApplication::exec();
 }
 

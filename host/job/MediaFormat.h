@@ -4,7 +4,7 @@ enum class MediaKind
 {
     Unknown, ///< neither image nor video nor sound
     Image,
-    Video, ///< a container that can hold a video; whether there is one in it, a VideoProbe tells
+    Video, ///< a container that can hold a video; whether there is one in it, VideoFacts tell
     Sound
 };
 

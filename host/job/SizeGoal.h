@@ -13,7 +13,6 @@ public:
     /// with a point for decimals. None for anything else, for less than a byte and for more than 100 %.
     static std::optional<SizeGoal> parse(const QString& text);
 
-    static SizeGoal ofPercent(double percent) { return SizeGoal(percent, true); }
     static SizeGoal ofBytes(qint64 bytes) { return SizeGoal(double(bytes), false); }
 
     /// In bytes; never more than the source has.

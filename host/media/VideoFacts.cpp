@@ -1,9 +1,9 @@
 #include "host/media/VideoFacts.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -46,7 +46,7 @@ double ratio(const QString& text)
     return divisor > 0 ? parts[0].toDouble() / divisor : 0;
 }
 
-Tags tagsOf(const QJsonObject& object)
+Tags tagsOf(const QJsonValue& object)
 {
     Tags tags;
     const QJsonObject list = object["tags"_L1].toObject();
@@ -55,59 +55,36 @@ Tags tagsOf(const QJsonObject& object)
     return tags;
 }
 
-// The bits of one colour stand in the name where they are not 8: yuv420p10le, p010le, gray16be, rgb48le.
-int bitsOf(const QString& pixelFormat)
+struct PixelFormat
 {
-    static const QRegularExpression kPlanar(u"(?:p|gray|ya|^p0|^p2|^p4|xyz)(9|1[0246])(?:msb)?(?:le|be)?$"_s);
-    static const QRegularExpression kPacked(u"(?:rgb48|bgr48|rgba64|bgra64|ayuv64)"_s);
-    static const QRegularExpression kTenBit(u"^(?:x2rgb10|x2bgr10|y210|v30x|xv30)"_s);
-    static const QRegularExpression kFloat(u"f(?:16|32)(?:le|be)?$"_s);
-    if (const auto match = kPlanar.match(pixelFormat); match.hasMatch())
-        return match.captured(1).toInt();
-    if (kTenBit.match(pixelFormat).hasMatch())
-        return 10;
-    const bool isDeep = kPacked.match(pixelFormat).hasMatch() || kFloat.match(pixelFormat).hasMatch();
-    return isDeep ? 16 : 8;
-}
+    int bits = 8;
+    bool hasAlpha = false;
+};
 
-bool hasAlphaPlane(const QString& pixelFormat)
+// ffprobe tells of its formats in the same answer.
+PixelFormat pixelFormatIn(const QJsonObject& root, const QJsonValue& name)
 {
-    static const QRegularExpression kAlpha(u"^(?:yuva|rgba|bgra|argb|abgr|gbrap|ya8|ya16|ayuv|vuya|pal8)"_s);
-    return kAlpha.match(pixelFormat).hasMatch();
+    PixelFormat found;
+    for (const auto& format : root["pixel_formats"_L1].toArray()) {
+        if (format["name"_L1] != name)
+            continue;
+        found.hasAlpha = format["flags"_L1]["alpha"_L1].toInt() != 0;
+        for (const auto& component : format["components"_L1].toArray())
+            found.bits = qMax(found.bits, component["bit_depth"_L1].toInt());
+    }
+    return found;
 }
 
 StreamFacts::Type typeOf(const QString& name)
 {
-    static const QMap<QString, StreamFacts::Type> kTypes{
-        {u"video"_s, StreamFacts::Video},
-        {u"audio"_s, StreamFacts::Audio},
-        {u"subtitle"_s, StreamFacts::Subtitle},
-    };
-    return kTypes.value(name, StreamFacts::Other);
+    const auto at = QStringList{u"video"_s, u"audio"_s, u"subtitle"_s}.indexOf(name);
+    return at < 0 ? StreamFacts::Other : StreamFacts::Type(at);
 }
 
-void readImage(const QJsonObject& object, StreamFacts& stream)
-{
-    const QString transfer = object["color_transfer"_L1].toString();
-    const QString pixelFormat = object["pix_fmt"_L1].toString();
-    stream.isAttachedPicture = object["disposition"_L1].toObject()["attached_pic"_L1].toInt() != 0;
-    stream.size = QSize(object["width"_L1].toInt(), object["height"_L1].toInt());
-    stream.frameRate = ratio(object["avg_frame_rate"_L1].toString());
-    stream.bits = bitsOf(pixelFormat);
-    // VP8 and VP9 carry it beside the image.
-    stream.hasAlpha = hasAlphaPlane(pixelFormat) || tagValue(stream.tags, u"alpha_mode"_s) == u'1';
-    stream.isHdr = transfer == "smpte2084"_L1 || transfer == "arib-std-b67"_L1;
-    for (const auto& data : object["side_data_list"_L1].toArray()) {
-        if (const QJsonValue rotation = data.toObject()["rotation"_L1]; rotation.isDouble())
-            stream.rotation = rotation.toInt();
-    }
-}
-
-StreamFacts streamOf(const QJsonObject& object, qint64 videoStartMs)
+StreamFacts streamOf(const QJsonObject& root, const QJsonValue& object, qint64 videoStartMs)
 {
     StreamFacts stream;
     stream.type = typeOf(object["codec_type"_L1].toString());
-    stream.codec = object["codec_name"_L1].toString();
     stream.tags = tagsOf(object);
     stream.channels = object["channels"_L1].toInt();
     if (const qint64 length = milliseconds(object["duration"_L1]); length >= 0) {
@@ -116,8 +93,15 @@ StreamFacts streamOf(const QJsonObject& object, qint64 videoStartMs)
     } else {
         stream.endMs = millisecondsOfTag(tagValue(stream.tags, u"duration"_s));
     }
-    if (stream.type == StreamFacts::Video)
-        readImage(object, stream);
+    const PixelFormat pixels = pixelFormatIn(root, object["pix_fmt"_L1]);
+    const QString transfer = object["color_transfer"_L1].toString();
+    stream.isAttachedPicture = object["disposition"_L1]["attached_pic"_L1].toInt() != 0;
+    stream.size = QSize(object["width"_L1].toInt(), object["height"_L1].toInt());
+    stream.frameRate = ratio(object["avg_frame_rate"_L1].toString());
+    stream.bits = pixels.bits;
+    // VP8 and VP9 carry it beside the image.
+    stream.hasAlpha = pixels.hasAlpha || tagValue(stream.tags, u"alpha_mode"_s) == u'1';
+    stream.isHdr = transfer == "smpte2084"_L1 || transfer == "arib-std-b67"_L1;
     return stream;
 }
 
@@ -167,31 +151,41 @@ const StreamFacts* VideoFacts::videoStream() const
 
 QString tagValue(const Tags& tags, const QString& key)
 {
-    const QStringList keys = tags.keys();
-    const auto found = std::find_if(keys.begin(), keys.end(), [&key](const QString& candidate) {
+    const auto found = std::find_if(tags.keyBegin(), tags.keyEnd(), [&key](const QString& candidate) {
         return candidate.compare(key, Qt::CaseInsensitive) == 0;
     });
-    return found != keys.end() ? tags.value(*found) : QString();
+    return found != tags.keyEnd() ? *found.base() : QString();
 }
 
-VideoFacts parseVideoFacts(const QByteArray& json, const QByteArray& log)
+ToolCall videoProbe(const QString& path, bool isImage)
+{
+    static const QStringList kQuestion{u"-print_format"_s, u"json"_s,           u"-show_format"_s,
+                                       u"-show_streams"_s, u"-show_chapters"_s, u"-show_pixel_formats"_s};
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    const QString address = isImage ? u"pipe:0"_s : ToolCall::fileAddress(absolute);
+    ToolCall call = ToolCall::ffprobe(kQuestion + ToolCall::input(address), isImage ? absolute : QString());
+    call.timeLimit = std::chrono::seconds(30);
+    return call;
+}
+
+VideoFacts videoFactsIn(const ToolResult& answer)
 {
     VideoFacts facts;
-    const QJsonObject root = QJsonDocument::fromJson(json).object();
+    const QJsonObject root = QJsonDocument::fromJson(answer.output).object();
     const QJsonObject format = root["format"_L1].toObject();
     facts.container = format["format_name"_L1].toString();
-    if (facts.container.isEmpty()) {
-        facts.error = u"ffprobe cannot read it"_s;
+    if (!answer.isSuccess() || facts.container.isEmpty()) {
+        facts.error = answer.isSuccess() ? u"ffprobe cannot read it"_s : answer.reason();
         return facts;
     }
     const qint64 startMs = qMax<qint64>(0, milliseconds(format["start_time"_L1]));
     for (const auto& stream : root["streams"_L1].toArray())
-        facts.streams.append(streamOf(stream.toObject(), startMs));
+        facts.streams.append(streamOf(root, stream, startMs));
     facts.chapters = int(root["chapters"_L1].toArray().size());
     facts.tags = tagsOf(format);
     facts.lengthMs = lengthOf(facts, qMax<qint64>(0, milliseconds(format["duration"_L1])));
     facts.isLengthStated = facts.lengthMs > 0 && statesLength(facts.container) &&
-                           !log.contains("Estimating duration from bitrate");
+                           !answer.log.contains("Estimating duration from bitrate");
     return facts;
 }
 

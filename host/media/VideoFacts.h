@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QByteArray>
 #include <QList>
 #include <QMap>
 #include <QSize>
 #include <QString>
 
 #include "host/job/JobResult.h"
+#include "host/media/ToolRun.h"
 
 /// Keys as the file spells them.
 using Tags = QMap<QString, QString>;
@@ -22,7 +22,6 @@ struct StreamFacts
     };
 
     Type type = Other;
-    QString codec; ///< ffmpeg's name, such as "h264"; empty where it knows none
     Tags tags;
     qint64 endMs = -1; ///< from the video's beginning; -1: the container tells none for this stream
 
@@ -33,7 +32,6 @@ struct StreamFacts
     int bits = 8;                   ///< of one colour
     bool hasAlpha = false;
     bool isHdr = false;
-    int rotation = 0; ///< degrees, as the container asks for
 
     // Audio
     int channels = 0;
@@ -62,8 +60,11 @@ struct VideoFacts
 /// The value under a key in any case; empty where there is none.
 QString tagValue(const Tags& tags, const QString& key);
 
-/// Reads ffprobe's answer in JSON (format, streams, chapters) and its log at the level `warning`. Pure.
-VideoFacts parseVideoFacts(const QByteArray& json, const QByteArray& log);
+/// What asks the ffprobe beside the host what is in a file, in some 50 ms. An image may have any name.
+ToolCall videoProbe(const QString& path, bool isImage = false);
+
+/// Reads the answer. Pure.
+VideoFacts videoFactsIn(const ToolResult& answer);
 
 /// What a video's result has no more. Ids: "hdr", "bit-depth", "audio-channels", "alpha", "audio-tracks",
 /// "subtitles", "cover". Pure.

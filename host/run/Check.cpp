@@ -9,29 +9,13 @@
 #include "host/media/LengthVerdict.h"
 #include "host/media/Losses.h"
 #include "host/media/VideoMetadata.h"
-#include "host/media/VideoProbe.h"
 #include "host/run/Background.h"
+#include "host/system/FileCompare.h"
 #include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-bool haveSameContent(const QString& path, const QString& other)
-{
-    constexpr qint64 kBlockBytes = 1 << 20;
-    QFile file(path);
-    QFile otherFile(other);
-    if (!file.open(QIODevice::ReadOnly) || !otherFile.open(QIODevice::ReadOnly) ||
-        file.size() != otherFile.size())
-        return false;
-    while (!file.atEnd()) {
-        const QByteArray block = file.read(kBlockBytes);
-        if (block.isEmpty() || block != otherFile.read(kBlockBytes))
-            return false;
-    }
-    return true;
-}
 
 struct ImageCheck
 {
@@ -59,6 +43,7 @@ ImageCheck lookAt(const QString& source, const QString& result, bool copiesMetad
 Check::Check(const Options& options, const JobFiles& files, const LookResult& source, bool mayTakeDamaged)
     : mOptions(options), mFiles(files), mSource(source), mMayTakeDamaged(mayTakeDamaged)
 {
+    connect(&mProbe, &ToolRun::ended, this, &Check::onProbed);
 }
 
 Check::~Check()
@@ -109,36 +94,31 @@ void Check::checkImage()
 
 void Check::probeVideo()
 {
-    mProbe = std::make_unique<VideoProbe>(mFiles.resultPath());
-    connect(mProbe.get(), &VideoProbe::answered, this, &Check::onProbed);
+    mProbe.start(videoProbe(mFiles.resultPath()));
 }
 
-void Check::onProbed()
+void Check::onProbed(const ToolResult& answer)
 {
-    const VideoFacts result = mProbe->facts();
+    const VideoFacts result = videoFactsIn(answer);
     if (!result.error.isEmpty())
         return end({FailureKind::ResultCut, result.error});
     const LengthVerdict verdict = lengthVerdict(mSource.video, result);
     if (verdict.kind == LengthVerdict::Cut && !mMayTakeDamaged)
         return end({FailureKind::ResultCut, verdict.text});
-    const QString suffix = QFileInfo(mFiles.resultPath()).suffix();
-    if (mOptions.keepMetadata && !mIsRestored &&
-        !missingVideoMetadata(mSource.video, result, suffix).isEmpty())
-        return restoreVideoMetadata(result);
+    const QFileInfo made(mFiles.resultPath());
+    const QString restored = made.path() + u'/' + made.completeBaseName() + u".tags."_s + made.suffix();
+    const QStringList pass =
+        videoMetadataPass(mSource.video, result, mFiles.sourcePath(), mFiles.resultPath(), restored);
+    if (mOptions.keepMetadata && !mIsRestored && !pass.isEmpty()) {
+        mRestoredPath = restored;
+        mRestore = std::make_unique<ToolRun>();
+        connect(mRestore.get(), &ToolRun::ended, this, &Check::onRestored);
+        return mRestore->start(ToolCall::ffmpeg(pass));
+    }
     if (verdict.kind != LengthVerdict::Whole)
         mResult.losses.append({u"length"_s, verdict.text});
     mResult.losses += videoLosses(mSource.video, result);
     end({});
-}
-
-void Check::restoreVideoMetadata(const VideoFacts& result)
-{
-    const QFileInfo made(mFiles.resultPath());
-    mRestoredPath = made.path() + u'/' + made.completeBaseName() + u".tags."_s + made.suffix();
-    mRestore = std::make_unique<ToolRun>();
-    connect(mRestore.get(), &ToolRun::ended, this, &Check::onRestored);
-    mRestore->start(ToolCall::ffmpeg(videoMetadataArguments(mSource.video, result, mFiles.sourcePath(),
-                                                            mFiles.resultPath(), mRestoredPath)));
 }
 
 void Check::onRestored(const ToolResult& restored)
@@ -151,7 +131,6 @@ void Check::onRestored(const ToolResult& restored)
     mRestoredPath.clear();
     // What will be delivered is looked at, and not what it was made of.
     mIsRestored = true;
-    mProbe.release()->deleteLater();
     probeVideo();
 }
 

@@ -6,9 +6,6 @@
 
 #include "host/run/Look.h"
 
-class ToolRun;
-struct ToolResult;
-
 /// What came of an encode, by its own content.
 struct CheckResult
 {
@@ -41,8 +38,7 @@ private:
     Failure measure(qint64& bytes) const;
     void checkImage();
     void probeVideo();
-    void onProbed();
-    void restoreVideoMetadata(const VideoFacts& result);
+    void onProbed(const ToolResult& answer);
     void onRestored(const ToolResult& restored);
     void end(Failure failure);
 
@@ -51,7 +47,7 @@ private:
     const LookResult& mSource;
     const bool mMayTakeDamaged;
     CheckResult mResult;
-    std::unique_ptr<VideoProbe> mProbe;
+    ToolRun mProbe;
     std::unique_ptr<ToolRun> mRestore;
     QString mRestoredPath;
     bool mIsRestored = false;

@@ -75,12 +75,14 @@ void Encode::search()
     const QFileInfo result(mRequest.outputPath);
     mTarget = {.inputPath = mRequest.inputPath,
                .suffix = result.suffix(),
+               .format = &format,
                .scale = mRequest.scale,
-               .isVideo = format.isVideo(),
                .quality = qualityFor(options, format),
                .copyCounts = Formats::looksLike(format, mRequest.inputPath),
                .size = options.size,
-               .minSsim = options.minSsim};
+               .least = std::nullopt};
+    if (options.minSsim)
+        mTarget.least = Score{&kSsim, *options.minSsim};
     // Beside the result, whose folder is private: the chosen one is renamed.
     const auto newPath = [result, tries = 0](const QString& suffix) mutable {
         return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(), QString::number(++tries),
@@ -106,19 +108,12 @@ void Encode::onSearched(const GoalOutcome& outcome)
         // Of a video with a requested size the setting is a share, and no quality.
         if (!mRequest.isPercentage)
             result.quality = qRound(chosen.setting);
-        if (chosen.ssim >= 0)
-            result.ssim = chosen.ssim;
+        if (chosen.score >= 0)
+            result.ssim = chosen.score;
     }
-    if (outcome.kind == GoalOutcome::NotMet) {
-        result.failure = {FailureKind::AimUnreached, reachedText(mTarget, outcome)};
-    } else if (outcome.kind == GoalOutcome::MeasureFailed) {
-        result.failure = {FailureKind::MeasureFailed, u"it could not be compared with its result"_s};
-    } else if (outcome.kind == GoalOutcome::RunFailed) {
-        // Every run may have ended well with a copy of the source, which is no result of another kind.
-        const Failure noneSmaller{FailureKind::AimUnreached, u"no result is smaller than the source"_s};
-        result.failure = outcome.failure ? outcome.failure : noneSmaller;
-    } else if (QFileInfo::exists(outcome.path)) {
-        // Else an encoder ended well without a file: the check finds none either, and says so.
+    result.failure = outcome.failure;
+    // Else an encoder ended well without a file: the check finds none either, and says so.
+    if (!result.failure && QFileInfo::exists(outcome.path)) {
         const QString error = Platform::rename(outcome.path, mRequest.outputPath, false);
         if (!error.isEmpty())
             result.failure = {FailureKind::DeliveryFailed, error};
@@ -140,17 +135,9 @@ void Encode::onEstimated(const EstimateOutcome& outcome)
 {
     EncodeResult result;
     result.runs = int(outcome.samples.size());
-    SizeRange range{outcome.range.low, outcome.range.high};
-    if (outcome.kind == EstimateOutcome::RunFailed) {
-        result.failure = outcome.failure;
-    } else if (outcome.kind == EstimateOutcome::NoSample) {
-        result.failure = {FailureKind::MeasureFailed, u"its samples hold no video"_s};
-    } else if (outcome.kind == EstimateOutcome::UnknownLength) {
-        result.failure = {
-            FailureKind::MeasureFailed,
-            u"its length is not known; a minute of it becomes %1 to %2 bytes"_s.arg(range.low).arg(
-                range.high)};
-    } else if (const auto& size = mContext.options.size) {
+    result.failure = outcome.failure;
+    SizeRange range = outcome.range;
+    if (const auto& size = mContext.options.size) {
         // A first encode that misses the requested size is not the last.
         const qint64 goal = size->bytesFor(mFiles.source().bytes);
         range = {qMin(range.low, qint64(SizeGoal::kLowestShare * double(goal))), qMin(range.high, goal)};

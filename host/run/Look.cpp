@@ -5,7 +5,6 @@
 #include "host/job/Format.h"
 #include "host/job/Options.h"
 #include "host/media/Losses.h"
-#include "host/media/VideoProbe.h"
 #include "host/run/Background.h"
 
 using namespace Qt::StringLiterals;
@@ -60,13 +59,13 @@ void Look::onInspected()
     }
     if (!format.isVideo())
         return end({});
-    mProbe = std::make_unique<VideoProbe>(mFiles.sourcePath());
-    connect(mProbe.get(), &VideoProbe::answered, this, &Look::onProbed);
+    connect(&mProbe, &ToolRun::ended, this, &Look::onProbed);
+    mProbe.start(videoProbe(mFiles.sourcePath()));
 }
 
-void Look::onProbed()
+void Look::onProbed(const ToolResult& answer)
 {
-    mResult.video = mProbe->facts();
+    mResult.video = videoFactsIn(answer);
     if (!mResult.video.error.isEmpty())
         return end({FailureKind::MeasureFailed, mResult.video.error});
     if (!mResult.video.videoStream())

@@ -2,13 +2,10 @@
 
 #include <QObject>
 
-#include <memory>
-
 #include "host/media/MediaFacts.h"
 #include "host/media/VideoFacts.h"
 #include "host/run/JobFiles.h"
 
-class VideoProbe;
 struct Options;
 
 /// What a job has to know of its source before the module sees it.
@@ -40,12 +37,12 @@ signals:
 
 private:
     void onInspected();
-    void onProbed();
+    void onProbed(const ToolResult& answer);
     void end(const Failure& failure);
 
     const Options& mOptions;
     const JobFiles& mFiles;
     const bool mMayTakeDamaged;
     LookResult mResult;
-    std::unique_ptr<VideoProbe> mProbe;
+    ToolRun mProbe;
 };

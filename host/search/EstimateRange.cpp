@@ -117,7 +117,7 @@ private:
     double mMeanAfter;
 };
 
-EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeVideo& whole)
+SizeRange fromSamples(const QList<SampleMeasure>& samples, const WholeVideo& whole)
 {
     const Rates rates(samples, whole);
     Estimate best = rates.bySecond();
@@ -134,7 +134,7 @@ EstimatedSize fromSamples(const QList<SampleMeasure>& samples, const WholeVideo&
             qRound64((best.rate + span) * double(whole.ms))};
 }
 
-EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeVideo& whole, bool isPercentage)
+SizeRange fromBeginning(const SampleMeasure& sample, const WholeVideo& whole, bool isPercentage)
 {
     const auto restMs = double(std::max<qint64>(whole.ms - sample.resultMs, 0));
     const auto seenBytes = double(sample.resultBytes);
@@ -145,10 +145,16 @@ EstimatedSize fromBeginning(const SampleMeasure& sample, const WholeVideo& whole
 
 } // namespace
 
-EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage)
+SizeRange estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage)
 {
-    const EstimatedSize range = samples.size() < 2 ? fromBeginning(samples.first(), whole, isPercentage)
-                                                   : fromSamples(samples, whole);
+    const SizeRange range = samples.size() < 2 ? fromBeginning(samples.first(), whole, isPercentage)
+                                               : fromSamples(samples, whole);
     const auto soundMs = double(whole.ms) * std::max(whole.soundCount - 1, 0);
     return {range.low + qRound64(soundMs * kSoundLow), range.high + qRound64(soundMs * kSoundHigh)};
+}
+
+double piecePercentage(double percentage, const WholeVideo& whole, qint64 pieceBytes, qint64 pieceMs)
+{
+    const double wholeRate = double(whole.sourceBytes) / double(whole.ms);
+    return percentage * wholeRate / (double(pieceBytes) / double(pieceMs));
 }

@@ -2,22 +2,15 @@
 
 #include <QList>
 
+#include "host/job/JobResult.h"
+
 /// One stretch of the source and what became of it.
 struct SampleMeasure
 {
-    qint64
-        sourceBytes; ///< of the piece that was cut; 0: not known, as for the video's beginning, which isn't
-                     ///< cut
+    qint64 sourceBytes; ///< of the piece that was cut; 0 for the video's beginning, which isn't
     qint64 sourceMs;
     qint64 resultBytes;
     qint64 resultMs; ///< above 0
-};
-
-/// A size that is known only roughly, in bytes.
-struct EstimatedSize
-{
-    qint64 low;
-    qint64 high;
 };
 
 /// The video as a whole.
@@ -30,4 +23,8 @@ struct WholeVideo
 
 /// What the samples tell of the whole's size. `isPercentage`: the bitrate is fixed, and varies little. At
 /// least one sample; with one alone, which is the video's beginning, the rest may well be easier or harder.
-EstimatedSize estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage);
+SizeRange estimateRange(const QList<SampleMeasure>& samples, const WholeVideo& whole, bool isPercentage);
+
+/// The module makes a bitrate of a percentage by the size and length of its input: the percentage for a piece
+/// that makes the whole's bitrate.
+double piecePercentage(double percentage, const WholeVideo& whole, qint64 pieceBytes, qint64 pieceMs);

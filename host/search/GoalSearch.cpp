@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/search/MetricSearch.h"
 #include "host/search/SizeSearch.h"
-#include "host/search/SsimSearch.h"
+#include "host/system/FileCompare.h"
 
 using namespace Qt::StringLiterals;
 
@@ -15,21 +16,6 @@ namespace {
 
 // pngquant cannot keep within the limits it was given; other limits may do.
 constexpr int kOutOfReachCodes[] = {98, 99};
-
-bool isSameContent(const QString& path, const QString& other)
-{
-    constexpr qint64 kBlockBytes = 1 << 16;
-    QFile a(path);
-    QFile b(other);
-    if (a.size() != b.size() || !a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly))
-        return false;
-    while (!a.atEnd()) {
-        const QByteArray block = a.read(kBlockBytes);
-        if (block.isEmpty() || block != b.read(kBlockBytes))
-            return false;
-    }
-    return true;
-}
 
 void remove(QString& path)
 {
@@ -39,13 +25,11 @@ void remove(QString& path)
 
 std::unique_ptr<SettingSearch> searchFor(const SearchTarget& target)
 {
-    if (!target.size) {
-        return std::make_unique<SsimSearch>(target.minSsim.value_or(0.0), target.quality,
-                                            target.isVideo ? QualityScale::video() : QualityScale::image());
-    }
+    if (!target.size)
+        return std::make_unique<MetricSearch>(*target.least, target.quality, target.format->quality);
     const qint64 sourceBytes = QFileInfo(target.inputPath).size();
     const qint64 goalBytes = target.size->bytesFor(sourceBytes);
-    if (target.isVideo)
+    if (target.format->isVideo())
         return std::make_unique<VideoSizeSearch>(goalBytes, sourceBytes);
     return std::make_unique<ImageSizeSearch>(goalBytes, target.quality);
 }
@@ -85,19 +69,21 @@ void GoalSearch::stop()
 void GoalSearch::step()
 {
     if (mStopping)
-        return end(GoalOutcome::Stopped);
+        return end({FailureKind::Interrupted});
     if (const auto setting = mSearch->next(mOutcome.trials))
         return encode(*setting);
 
     mOutcome.chosen = mSearch->best(mOutcome.trials);
+    if (mOutcome.chosen < 0 && mRunFailure)
+        return end(mRunFailure);
     if (mOutcome.chosen < 0)
-        return end(GoalOutcome::RunFailed);
+        return end({FailureKind::AimUnreached, u"no result is smaller than the source"_s});
     const Trial& chosen = mOutcome.trials[mOutcome.chosen];
-    if (!mSearch->fits(chosen))
-        return end(GoalOutcome::NotMet);
-    if (mTarget.minSsim && chosen.ssim < 0)
+    const bool fits = mSearch->fits(chosen);
+    if (fits && mTarget.least && chosen.score < 0)
         return measure(mOutcome.chosen, mKeptPath);
-    end(chosen.ssim < mTarget.minSsim.value_or(-1.0) ? GoalOutcome::NotMet : GoalOutcome::Met);
+    const bool isLike = !mTarget.least || chosen.score >= mTarget.least->value;
+    end(fits && isLike ? Failure() : Failure{FailureKind::AimUnreached, reachedText()});
 }
 
 void GoalSearch::encode(double setting)
@@ -107,7 +93,7 @@ void GoalSearch::encode(double setting)
         return;
     mSetting = setting;
     mNewestPath = mNewPath(mTarget.suffix);
-    const bool isPercentage = mTarget.isVideo && mTarget.size;
+    const bool isPercentage = mTarget.format->isVideo() && mTarget.size;
     const QString quality = QString::number(setting, 'f', isPercentage ? 3 : 0);
     mRun = mMakeRun({mTarget.inputPath, mNewestPath, quality, isPercentage, mTarget.scale});
     connect(mRun.get(), &ModuleRun::progressed, this, &GoalSearch::progressed);
@@ -119,39 +105,39 @@ void GoalSearch::onEncoded(const Failure& failure)
 {
     retire(mRun);
     if (mStopping)
-        return end(GoalOutcome::Stopped);
+        return end({FailureKind::Interrupted});
     Trial trial{mSetting};
     if (!failure) {
-        const bool isCopy = !mTarget.isVideo && isSameContent(mNewestPath, mTarget.inputPath);
+        const bool isCopy = !mTarget.format->isVideo() && haveSameContent(mNewestPath, mTarget.inputPath);
         if (!isCopy || mTarget.copyCounts)
             trial.bytes = QFileInfo(mNewestPath).size();
         if (isCopy)
-            trial.ssim = 1.0;
+            trial.score = mTarget.least ? mTarget.least->metric->best : -1.0;
     } else {
-        mOutcome.failure = failure;
+        mRunFailure = failure;
         const bool isOutOfReach = std::find(std::begin(kOutOfReachCodes), std::end(kOutOfReachCodes),
                                             failure.code) != std::end(kOutOfReachCodes);
         if (!isOutOfReach && mKeptPath.isEmpty() && mOutcome.trials.isEmpty())
-            return end(GoalOutcome::RunFailed);
+            return end(failure);
     }
     mOutcome.trials.append(trial);
-    if (trial.isUsable() && trial.ssim < 0 && !mTarget.size)
+    if (trial.isUsable() && trial.score < 0 && !mTarget.size)
         return measure(int(mOutcome.trials.size()) - 1, mNewestPath);
     judge();
 }
 
 void GoalSearch::measure(int index, const QString& path)
 {
-    mProbe = std::make_unique<SsimProbe>();
-    connect(mProbe.get(), &SsimProbe::progressed, this, &GoalSearch::progressed);
-    connect(mProbe.get(), &SsimProbe::ended, this, [this, index](double ssim) {
+    mProbe = std::make_unique<MetricProbe>(*mTarget.least->metric, path, mTarget.inputPath,
+                                           mTarget.format->isVideo());
+    connect(mProbe.get(), &MetricProbe::progressed, this, &GoalSearch::progressed);
+    connect(mProbe.get(), &MetricProbe::ended, this, [this, index](double score) {
         retire(mProbe);
-        if (ssim < 0)
-            return end(GoalOutcome::MeasureFailed);
-        mOutcome.trials[index].ssim = ssim;
+        if (score < 0)
+            return end({FailureKind::MeasureFailed, u"it could not be compared with its result"_s});
+        mOutcome.trials[index].score = score;
         judge();
     });
-    mProbe->start(path, mTarget.inputPath, mTarget.isVideo ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
 }
 
 // Of all results only the best one that fits stays.
@@ -165,14 +151,14 @@ void GoalSearch::judge()
     step();
 }
 
-void GoalSearch::end(GoalOutcome::Kind kind)
+void GoalSearch::end(const Failure& failure)
 {
     mEnded = true;
-    if (kind == GoalOutcome::Met)
-        mOutcome.path = mKeptPath;
-    else
+    mOutcome.failure = failure;
+    if (failure)
         removeAll();
-    mOutcome.kind = kind;
+    else
+        mOutcome.path = mKeptPath;
     // Whoever hears it may let the search go.
     const GoalOutcome outcome = mOutcome;
     emit ended(outcome);
@@ -184,18 +170,20 @@ void GoalSearch::removeAll()
     remove(mKeptPath);
 }
 
-QString reachedText(const SearchTarget& target, const GoalOutcome& outcome)
+// "the smallest result has 812345 bytes, at quality 0", "the best SSIM is 0.9312, at quality 100".
+QString GoalSearch::reachedText() const
 {
-    const Trial& nearest = outcome.trials[outcome.chosen];
-    const bool isPercentage = target.isVideo && target.size;
+    const Trial& nearest = mOutcome.trials[mOutcome.chosen];
+    const bool isPercentage = mTarget.format->isVideo() && mTarget.size;
     const QString setting = isPercentage ? u"aiming at %1 %"_s.arg(nearest.setting, 0, 'f', 1)
                                          : u"at quality %1"_s.arg(nearest.setting);
-    const QString ssim = QString::number(nearest.ssim, 'f', 4);
-    if (!target.size)
-        return u"the best SSIM is %1, %2"_s.arg(ssim, setting);
-    if (nearest.ssim < 0)
+    if (nearest.score < 0)
         return u"the smallest result has %1 bytes, %2"_s.arg(nearest.bytes).arg(setting);
-    return u"the closest result has an SSIM of %1 in %2 bytes, %3"_s.arg(ssim)
+    const QLatin1String name(mTarget.least->metric->name);
+    const QString score = QString::number(nearest.score, 'f', 4);
+    if (!mTarget.size)
+        return u"the best %1 is %2, %3"_s.arg(name, score, setting);
+    return u"the closest result has an %1 of %2 in %3 bytes, %4"_s.arg(name, score)
         .arg(nearest.bytes)
         .arg(setting);
 }

@@ -5,11 +5,12 @@
 #include <memory>
 #include <optional>
 
+#include "host/job/Format.h"
 #include "host/job/SizeGoal.h"
 #include "host/module/ModuleRun.h"
+#include "host/search/MetricProbe.h"
 #include "host/search/NewPath.h"
 #include "host/search/SettingSearch.h"
-#include "host/search/SsimProbe.h"
 
 /// A result by what it is to be, instead of by a quality. At least one of the two requests is there. With both,
 /// size is the bound: the largest result that is small enough is compared with the source, and is like enough
@@ -17,36 +18,23 @@
 struct SearchTarget
 {
     QString inputPath;
-    QString suffix; ///< of the result, without a dot
+    QString suffix;                 ///< of the result, without a dot
+    const Format* format = nullptr; ///< the same
     QString scale;
-    bool isVideo = false;
     int quality = 75;       ///< the first that is tried; not for videos with a size
     bool copyCounts = true; ///< whether the source itself, which the module gives for a larger result, is one
     std::optional<SizeGoal> size;
-    std::optional<double> minSsim; ///< above 0, at most 1
+    std::optional<Score> least;
 };
 
 struct GoalOutcome
 {
-    enum Kind
-    {
-        Met,
-        NotMet,        ///< there were results, and none is as requested: trials[chosen] is the nearest
-        RunFailed,     ///< the module failed: `failure`
-        MeasureFailed, ///< result and source could not be compared
-        Stopped
-    };
-
-    Kind kind = Stopped;
-    QString path;        ///< the result, under one of the new paths; only when met
+    /// None: the result is at `path`. AimUnreached: there were results, and none is as requested.
+    Failure failure;
+    QString path;        ///< one of the new paths
     QList<Trial> trials; ///< in their order
     int chosen = -1;     ///< the trial that became the result, or the nearest
-    Failure failure;
 };
-
-/// What could be reached instead, in English without a full stop, for an outcome that is NotMet:
-/// "the smallest result has 812345 bytes, at quality 0", "the best SSIM is 0.9312, at quality 100".
-QString reachedText(const SearchTarget& target, const GoalOutcome& outcome);
 
 /// Encodes, measures and decides until the request is met or cannot be. Letting it go ends what runs, without a
 /// signal; results that were not chosen are removed as soon as they lose, the chosen one stays.
@@ -60,7 +48,7 @@ public:
 
     /// To be called once. Ends in exactly one ended(), from the event loop.
     void start();
-    /// Ends what runs and removes all results: ended() comes soon, as Stopped.
+    /// Ends what runs and removes all results: ended() comes soon, as Interrupted.
     void stop();
 
 signals:
@@ -76,7 +64,8 @@ private:
     void onEncoded(const Failure& failure);
     void measure(int index, const QString& path);
     void judge();
-    void end(GoalOutcome::Kind kind);
+    void end(const Failure& failure = {});
+    QString reachedText() const;
     void removeAll();
 
     /// Lets go what may be telling something just now.
@@ -94,8 +83,9 @@ private:
     NewPath mNewPath;
     std::unique_ptr<SettingSearch> mSearch;
     std::unique_ptr<ModuleRun> mRun;
-    std::unique_ptr<SsimProbe> mProbe;
+    std::unique_ptr<MetricProbe> mProbe;
     GoalOutcome mOutcome;
+    Failure mRunFailure; ///< of the last run that failed
     double mSetting = 0;
     QString mNewestPath; ///< the last result, until it is judged
     QString mKeptPath;   ///< the best result that fits, of those before

@@ -7,9 +7,9 @@
 /// A setting that was tried, and what came of it.
 struct Trial
 {
-    double setting;     ///< quality, rate factor or percentage
-    qint64 bytes = -1;  ///< the result's size; -1: this setting gives no usable result
-    double ssim = -1.0; ///< SSIM to the source, 1.0 for the same image; -1.0: not measured
+    double setting;      ///< quality, rate factor or percentage
+    qint64 bytes = -1;   ///< the result's size; -1: this setting gives no usable result
+    double score = -1.0; ///< by the metric, if one is asked for; -1.0: not measured
     bool isUsable() const { return bytes >= 0; }
 };
 

@@ -12,7 +12,6 @@ public:
     bool isBetter(const Trial& trial, const Trial& than) const override;
 
 protected:
-    qint64 goalBytes() const { return mGoalBytes; }
     double aimedBytes() const;
     /// Whether one of the trials is as near to the goal as it need be.
     bool isNear(const QList<Trial>& trials) const;

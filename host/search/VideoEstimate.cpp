@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <utility>
 
 #include "host/search/SamplePlan.h"
@@ -21,16 +22,7 @@ VideoEstimate::VideoEstimate(const EncodeRequest& request, MakeRun makeRun, NewP
     : mRequest(request), mMakeRun(std::move(makeRun)), mNewPath(std::move(newPath))
 {
     mRequest.isSample = true;
-    connect(&mGlance, &FfmpegRun::ended, this, [this](bool, const QByteArray& log) {
-        const QList<MediaGlance> inputs = MediaGlance::inputsIn(log);
-        (this->*mAnswer)(inputs.value(0));
-    });
-    connect(&mCutter, &SampleCutter::ended, this, [this](bool isSuccess) {
-        if (isSuccess)
-            glanceAt(mPiecePath, &VideoEstimate::onPiece);
-        else
-            nextPiece();
-    });
+    connect(&mTool, &ToolRun::ended, this, [this](const ToolResult& result) { (this->*mAnswer)(result); });
 }
 
 VideoEstimate::~VideoEstimate()
@@ -41,7 +33,7 @@ VideoEstimate::~VideoEstimate()
 
 void VideoEstimate::start()
 {
-    glanceAt(mRequest.inputPath, &VideoEstimate::onSource);
+    run(videoProbe(mRequest.inputPath), &VideoEstimate::onSource);
 }
 
 // What runs beside the module takes a moment at most, and is waited for.
@@ -53,19 +45,18 @@ void VideoEstimate::stop()
         mRun->stop();
 }
 
-void VideoEstimate::glanceAt(const QString& path, Answer answer)
+void VideoEstimate::run(const ToolCall& call, Answer answer)
 {
     mAnswer = answer;
-    mGlance.start({u"-i"_s, FfmpegRun::pathArgument(path)});
+    mTool.start(call);
 }
 
-void VideoEstimate::onSource(const MediaGlance& source)
+void VideoEstimate::onSource(const ToolResult& answer)
 {
-    if (mStopping)
-        return end(EstimateOutcome::Stopped);
+    const VideoFacts source = videoFactsIn(answer);
     mWhole.sourceBytes = QFileInfo(mRequest.inputPath).size();
-    mWhole.ms = source.durationMs;
-    mWhole.soundCount = source.soundCount;
+    mWhole.ms = source.lengthMs;
+    mWhole.soundCount = int(std::ranges::count(source.streams, StreamFacts::Audio, &StreamFacts::type));
     mBeginnings = sampleBeginnings(mWhole.ms);
     mPieceCount = mBeginnings.size();
     nextPiece();
@@ -74,22 +65,29 @@ void VideoEstimate::onSource(const MediaGlance& source)
 void VideoEstimate::nextPiece()
 {
     if (mStopping)
-        return end(EstimateOutcome::Stopped);
+        return end({FailureKind::Interrupted});
     removeFiles();
     if (!mBeginnings.isEmpty()) {
-        mPiecePath = mNewPath(QLatin1String(SampleCutter::kSuffix));
-        mHelpPath = mNewPath(QLatin1String(SampleCutter::kSuffix));
-        return mCutter.cut(mRequest.inputPath, mBeginnings.takeFirst(), kSampleMs, mHelpPath, mPiecePath);
+        mPiecePath = mNewPath(kPieceSuffix);
+        return run(sampleCut(mRequest.inputPath, mBeginnings.takeFirst(), mPiecePath), &VideoEstimate::onCut);
     }
     if (mOutcome.samples.size() < kLeastPieces)
         return encode(mRequest.inputPath);
     mOutcome.range = estimateRange(mOutcome.samples, mWhole, mRequest.isPercentage);
-    end(EstimateOutcome::Estimated);
+    end();
 }
 
-void VideoEstimate::onPiece(const MediaGlance& piece)
+void VideoEstimate::onCut(const ToolResult& cut)
 {
-    mPieceMs = piece.durationMs;
+    if (cut.isSuccess() && !mStopping)
+        run(videoProbe(mPiecePath), &VideoEstimate::onPiece);
+    else
+        nextPiece();
+}
+
+void VideoEstimate::onPiece(const ToolResult& answer)
+{
+    mPieceMs = videoFactsIn(answer).lengthMs;
     if (mStopping || mPieceMs <= 0)
         return nextPiece();
     encode(mPiecePath);
@@ -101,7 +99,9 @@ void VideoEstimate::encode(const QString& inputPath)
     request.inputPath = inputPath;
     request.outputPath = mSamplePath = mNewPath(QFileInfo(mRequest.outputPath).suffix());
     if (request.isPercentage && !mPiecePath.isEmpty())
-        request.quality = percentageFor(mPiecePath);
+        request.quality = QString::number(
+            piecePercentage(mRequest.quality.toDouble(), mWhole, QFileInfo(mPiecePath).size(), mPieceMs), 'f',
+            3);
     mRun = mMakeRun(request);
     connect(mRun.get(), &ModuleRun::progressed, this, [this](float progress) {
         const auto count = float(qMax<qsizetype>(mPieceCount, 1));
@@ -112,62 +112,54 @@ void VideoEstimate::encode(const QString& inputPath)
     mRun->start();
 }
 
-// The module makes a bitrate of a percentage by the size and length of its input: a piece gets the percentage
-// that makes the whole's bitrate.
-QString VideoEstimate::percentageFor(const QString& piecePath) const
-{
-    const double wholeRate = double(mWhole.sourceBytes) / double(mWhole.ms);
-    const double pieceRate = double(QFileInfo(piecePath).size()) / double(mPieceMs);
-    return QString::number(mRequest.quality.toDouble() * wholeRate / pieceRate, 'f', 3);
-}
-
 void VideoEstimate::onEncoded(const Failure& failure)
 {
     mRun.release()->deleteLater();
     if (mStopping)
-        return end(EstimateOutcome::Stopped);
+        return end({FailureKind::Interrupted});
     if (!failure)
-        return glanceAt(mSamplePath, &VideoEstimate::onSample);
-    mOutcome.failure = failure;
+        return run(videoProbe(mSamplePath), &VideoEstimate::onSample);
     // A piece that cannot be encoded is one less. Anything else than an exit code is no answer of the encoder's.
     if (mPiecePath.isEmpty() || failure.code <= 0)
-        return end(EstimateOutcome::RunFailed);
+        return end(failure);
     nextPiece();
 }
 
-void VideoEstimate::onSample(const MediaGlance& sample)
+void VideoEstimate::onSample(const ToolResult& answer)
 {
-    const qint64 sampleBytes = QFileInfo(mSamplePath).size();
-    const bool isUsable = sampleBytes > 0 && sample.durationMs > 0;
     const bool isPiece = !mPiecePath.isEmpty();
-    if (isUsable && !mStopping) {
-        if (!isPiece)
-            mOutcome.samples.clear();
-        mOutcome.samples.append({isPiece ? QFileInfo(mPiecePath).size() : 0, isPiece ? mPieceMs : 0,
-                                 sampleBytes, sample.durationMs});
-        if (!isPiece)
-            return onBeginning();
-    }
+    const SampleMeasure sample{isPiece ? QFileInfo(mPiecePath).size() : 0, isPiece ? mPieceMs : 0,
+                               QFileInfo(mSamplePath).size(), videoFactsIn(answer).lengthMs};
+    const bool isUsable = sample.resultBytes > 0 && sample.resultMs > 0;
+    if (isUsable && isPiece)
+        mOutcome.samples.append(sample);
     if (isPiece || mStopping)
         nextPiece();
+    else if (isUsable)
+        onBeginning(sample);
     else
-        end(EstimateOutcome::NoSample);
+        end({FailureKind::MeasureFailed, u"its samples hold no video"_s});
 }
 
-void VideoEstimate::onBeginning()
+void VideoEstimate::onBeginning(const SampleMeasure& sample)
 {
+    mOutcome.samples = {sample};
     const bool isLengthKnown = mWhole.ms > 0;
     if (!isLengthKnown)
         mWhole.ms = kMinuteMs;
     mOutcome.range = estimateRange(mOutcome.samples, mWhole, mRequest.isPercentage);
-    end(isLengthKnown ? EstimateOutcome::Estimated : EstimateOutcome::UnknownLength);
+    if (isLengthKnown)
+        return end();
+    end({FailureKind::MeasureFailed,
+         u"its length is not known; a minute of it becomes %1 to %2 bytes"_s.arg(mOutcome.range.low)
+             .arg(mOutcome.range.high)});
 }
 
-void VideoEstimate::end(EstimateOutcome::Kind kind)
+void VideoEstimate::end(const Failure& failure)
 {
     mEnded = true;
     removeFiles();
-    mOutcome.kind = kind;
+    mOutcome.failure = failure;
     // Whoever hears it may let the estimate go.
     const EstimateOutcome outcome = mOutcome;
     emit ended(outcome);
@@ -175,7 +167,7 @@ void VideoEstimate::end(EstimateOutcome::Kind kind)
 
 void VideoEstimate::removeFiles()
 {
-    for (QString* path : {&mHelpPath, &mPiecePath, &mSamplePath}) {
+    for (QString* path : {&mPiecePath, &mSamplePath}) {
         if (!path->isEmpty())
             QFile::remove(std::exchange(*path, {}));
     }

@@ -6,9 +6,11 @@
 #include <cmath>
 
 #include "host/media/ToolRun.h"
+#include "host/search/EstimateRange.h"
 #include "host/search/GoalSearch.h"
+#include "host/search/MetricSearch.h"
+#include "host/search/SamplePlan.h"
 #include "host/search/SizeSearch.h"
-#include "host/search/SsimSearch.h"
 #include "tests/support/TestFolder.h"
 #include "tests/support/TestSystem.h"
 
@@ -62,8 +64,8 @@ private slots:
             if (words[0] == u"S")
                 way.reset(new VideoSizeSearch(goal, 1000000));
             else if (words[0] != u"s")
-                way.reset(new SsimSearch(words[1].toDouble(), isImage ? 60 : 28,
-                                         isImage ? QualityScale::image() : QualityScale::video()));
+                way.reset(new MetricSearch({&kSsim, words[1].toDouble()}, isImage ? 60 : 28,
+                                           Formats::ofSuffix(isImage ? u"jpg"_s : u"mp4"_s)->quality));
             QList<Trial> trials;
             while (const auto setting = way->next(trials))
                 trials.append({*setting, qint64(models[words[2]](*setting)),
@@ -74,24 +76,100 @@ private slots:
                          trials.size() <= words[5].toInt(),
                      qPrintable(row));
         }
+        const std::pair<QString, qint64> sizes[] = {{u"7"_s, 7},
+                                                    {u"8 B"_s, 8},
+                                                    {u"1.5kB"_s, 1500},
+                                                    {u"2KiB"_s, 2048},
+                                                    {u"1.5MB"_s, 1500000},
+                                                    {u"1.5 MiB"_s, 1572864},
+                                                    {u"2gb"_s, 2000000000},
+                                                    {u"2GiB"_s, 2147483648},
+                                                    {u"0.1%"_s, 10000000},
+                                                    {u"1000GB"_s, 10000000000}};
+        for (const auto& [text, bytes] : sizes)
+            QCOMPARE(SizeGoal::parse(text)->bytesFor(10000000000), bytes);
         for (const char* const wrong : {"0", "0%", "101%", "8 XB", "-5", "1e3", "5%%", ""})
             QVERIFY2(!SizeGoal::parse(QString::fromLatin1(wrong)), wrong);
     }
 
+    // The samples as source's bytes and milliseconds and the result's, those of the whole, its sounds, whether the
+    // bitrate is fixed; the least and the most that it may become.
+    void estimatesHaveBounds()
+    {
+        const std::tuple<QList<SampleMeasure>, WholeVideo, bool, qint64, qint64> rows[] = {
+            {{{0, 0, 15000, 15000}}, {90000, 60000, 1}, false, 48600, 75000},
+            {{{0, 0, 15000, 15000}}, {90000, 60000, 0}, true, 57600, 62400},
+            {{{0, 0, 15000, 15000}}, {90000, 60000, 3}, true, 1977600, 2942400},
+            {{{0, 0, 15000, 15000}}, {90000, 10000, 1}, false, 14850, 15150},
+            {{{9, 9, 1000, 1000}, {9, 9, 1000, 1000}}, {60000, 60000, 1}, false, 57000, 63000},
+            // Twice the bytes a second become twice as many, and the whole has 4 of them.
+            {{{2000, 1000, 1000, 1000}, {4000, 1000, 2000, 1000}, {6000, 1000, 3000, 1000}},
+             {240000, 60000, 1},
+             false,
+             114000,
+             126000},
+            // With more sounds bytes cannot be compared: by the seconds alone.
+            {{{2000, 1000, 1000, 1000}, {4000, 1000, 2000, 1000}, {6000, 1000, 3000, 1000}},
+             {360000, 60000, 2},
+             false,
+             1026251,
+             1613749}};
+        for (const auto& [samples, whole, isFixed, low, high] : rows) {
+            const SizeRange range = estimateRange(samples, whole, isFixed);
+            QCOMPARE(std::pair(range.low, range.high), std::pair(low, high));
+        }
+        QCOMPARE(piecePercentage(40, {1000000, 100000, 1}, 200000, 10000), 20.0);
+        QCOMPARE(sampleBeginnings(120000), QList<qint64>());
+        QCOMPARE(sampleBeginnings(200000), (QList<qint64>{12500, 52500, 92500, 132500, 172500}));
+    }
+
+    // Of ffprobe's answers: the container, the stream's end and the container's, the transfer, the pixel format;
+    // the length, whether it is stated, and what the image has.
+    void answersAreRead()
+    {
+        const QString rows =
+            u"matroska,webm 9 8 smpte2084 yuv420p10le|8000 1 hdr 10;matroska,webm 7 8 bt709 yuva420p|7000 1 "
+            u"alpha 8;"
+            "mov,mp4,m4a,3gp,3g2,mj2 8 8 arib-std-b67 p010le|8000 1 hdr 10;avi 8 8 - -|8000 1 8;flv 8 - - "
+            "-|0 0 8;"
+            "mpegts 8 8 - pal8|8000 0 alpha 8;avi 8 8 Estimating duration from bitrate|8000 0 8;asf - 8 - -|8000 1 8"_s;
+        const QByteArray formats =
+            QByteArrayLiteral(R"([{"name":"yuv420p10le","components":[{"bit_depth":10}]},
+            {"name":"p010le","components":[{"bit_depth":10},{"bit_depth":10}]},{"name":"yuva420p","flags":{"alpha":1}},
+            {"name":"pal8","flags":{"alpha":1},"components":[{"bit_depth":8}]}])");
+        for (const QString& row : rows.split(u';')) {
+            const QStringList words = row.section(u'|', 0, 0).split(u' ');
+            const QString json = u"{\"format\":{\"format_name\":\"%1\",\"duration\":\"%3\"},\"streams\":[{"
+                                 "\"codec_type\":\"video\",\"duration\":\"%2\",\"color_transfer\":\"%4\","
+                                 "\"pix_fmt\":\"%5\"}],\"pixel_formats\":"_s;
+            ToolResult answer;
+            answer.output =
+                json.arg(words[0], words[1], words[2], words[3], words[4]).toUtf8() + formats + '}';
+            answer.log = words.sliced(3).join(u' ').toUtf8();
+            const VideoFacts facts = videoFactsIn(answer);
+            const StreamFacts& image = *facts.videoStream();
+            QCOMPARE(u"%1 %2 %3%4%5"_s.arg(facts.lengthMs)
+                         .arg(int(facts.isLengthStated))
+                         .arg(image.isHdr ? u"hdr "_s : QString(), image.hasAlpha ? u"alpha "_s : QString())
+                         .arg(image.bits),
+                     row.section(u'|', 1));
+        }
+    }
+
     void resultsAreKeptOrRemoved()
     {
-        const std::tuple<Model, bool, GoalOutcome::Kind> rows[] = {
-            {[](double q) { return 10 * q; }, true, GoalOutcome::Met},
-            {[](double q) { return q > 60 ? 98 : 8 * q; }, true, GoalOutcome::Met},
-            {[](double) { return 5000.0; }, true, GoalOutcome::NotMet},
-            {[](double) { return 5000.0; }, false, GoalOutcome::RunFailed},
-            {[](double q) { return q > 70 ? 900.0 : 0.0; }, true, GoalOutcome::Stopped}};
+        const std::tuple<Model, bool, FailureKind> rows[] = {
+            {[](double q) { return 10 * q; }, true, FailureKind::None},
+            {[](double q) { return q > 60 ? 98 : 8 * q; }, true, FailureKind::None},
+            {[](double) { return 5000.0; }, true, FailureKind::AimUnreached},
+            {[](double) { return 5000.0; }, false, FailureKind::AimUnreached},
+            {[](double q) { return q > 70 ? 900.0 : 0.0; }, true, FailureKind::Interrupted}};
         for (const auto& [bytes, copyCounts, kind] : rows) {
             const TestFolder folder;
             const SearchTarget target{folder.write(u"source.jpg"_s, QByteArray(1000, 's')),
                                       u"jpg"_s,
+                                      Formats::ofSuffix(u"jpg"_s),
                                       {},
-                                      false,
                                       75,
                                       copyCounts,
                                       SizeGoal::parse(u"500"_s),
@@ -103,14 +181,14 @@ private slots:
                 [&](const QString&) { return folder.path(u"tmp/%1.jpg"_s.arg(++names)); });
             QSignalSpy ends(&search, &GoalSearch::ended);
             search.start();
-            QTRY_VERIFY(kind == GoalOutcome::Stopped ? names == 2 : ends.size() == 1);
+            QTRY_VERIFY(kind == FailureKind::Interrupted ? names == 2 : ends.size() == 1);
             search.stop();
             QTest::qWait(10);
             QCOMPARE(ends.size(), 1);
-            QCOMPARE(ends[0][0].value<GoalOutcome>().kind, kind);
-            QCOMPARE(folder.leftovers().size(), kind == GoalOutcome::Met ? 1 : 0);
+            QCOMPARE(ends[0][0].value<GoalOutcome>().failure.kind, kind);
+            QCOMPARE(folder.leftovers().size(), kind == FailureKind::None ? 1 : 0);
             const qint64 kept = QFileInfo(ends[0][0].value<GoalOutcome>().path).size();
-            QVERIFY(kind != GoalOutcome::Met || (kept >= 475 && kept <= 500));
+            QVERIFY(kind != FailureKind::None || (kept >= 475 && kept <= 500));
         }
     }
 
@@ -171,9 +249,8 @@ private slots:
                 QCOMPARE(QProcess::execute(QCoreApplication::applicationDirPath() + u"/ffmpeg"_s,
                                            (u"-v error -y "_s + line).split(u' ', Qt::SkipEmptyParts)),
                          0);
-            SsimProbe probe;
-            QSignalSpy ended(&probe, &SsimProbe::ended);
-            probe.start(result, source, isVideo ? SsimProbe::Kind::Video : SsimProbe::Kind::Image);
+            MetricProbe probe(kSsim, result, source, isVideo);
+            QSignalSpy ended(&probe, &MetricProbe::ended);
             QVERIFY(ended.wait(60000));
             const double ssim = ended[0][0].toDouble();
             QVERIFY2(ssim >= words[5].toDouble() && ssim <= words[6].toDouble(),

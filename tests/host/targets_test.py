@@ -35,7 +35,7 @@ class Requests(Place):
     def test_unreached(self):
         self.sources()
         before = self.contents()
-        for line in ("photo.jpg out.jpg --size 1%", "video.mkv out.mp4 --min-ssim 0.99999"):
+        for line in ("photo.jpg out.jpg --size 1%", "photo.jpg out.jpg --size 30% --min-ssim 0.9999", "video.mkv out.mp4 --min-ssim 0.99999"):
             run = self.run_host(*line.split(" "), status=1)
             self.assertIn("no setting of the encoder meets the target", run.err)
             self.assertEqual(self.contents(), before)

@@ -1,7 +1,6 @@
-#include "host/search/SsimSearch.h"
+#include "host/search/MetricSearch.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace {
 
@@ -10,37 +9,38 @@ constexpr double kUsedUp = 0.9;
 
 } // namespace
 
-SsimSearch::SsimSearch(double minSsim, int firstQuality, QualityScale scale)
-    : mMinSsim(minSsim), mFirstQuality(firstQuality), mScale(scale)
+// A rate factor of 0 is left to those who ask for it: it means lossless, in a profile that few players know.
+MetricSearch::MetricSearch(const Score& least, int firstQuality, const QualityScale& scale)
+    : mLeast(least), mFirstQuality(firstQuality), mDirection(scale.moreIsBetter() ? 1 : -1),
+      mSteps(std::max((std::max(scale.best, 1) - firstQuality) * mDirection, 0))
 {
 }
 
-bool SsimSearch::isBetter(const Trial& trial, const Trial& than) const
+bool MetricSearch::isBetter(const Trial& trial, const Trial& than) const
 {
     if (fits(trial) != fits(than))
         return fits(trial);
-    return fits(trial) ? trial.bytes < than.bytes : trial.ssim > than.ssim;
+    return fits(trial) ? trial.bytes < than.bytes : trial.score > than.score;
 }
 
 // Counts in steps towards the best quality, from the first.
-std::optional<double> SsimSearch::next(const QList<Trial>& trials) const
+std::optional<double> MetricSearch::next(const QList<Trial>& trials) const
 {
     if (trials.isEmpty())
         return mFirstQuality;
-    const int direction = mScale.best < mScale.worst ? -1 : 1;
-    const int top = std::max((mScale.best - mFirstQuality) * direction, 0);
     int low = 0; // not like enough
-    int high = top + 1;
+    int high = mSteps + 1;
     bool isHighEnough = false;
+    const double best = mLeast.metric->best;
     for (const Trial& trial : trials) {
-        const int steps = (int(trial.setting) - mFirstQuality) * direction;
+        const int steps = (int(trial.setting) - mFirstQuality) * mDirection;
         if (trial.isUsable() && !fits(trial)) {
             low = std::max(low, steps);
         } else if (steps < high) {
             high = steps;
             isHighEnough = fits(trial);
         }
-        if (fits(trial) && 1.0 - trial.ssim >= kUsedUp * (1.0 - mMinSsim))
+        if (fits(trial) && best - trial.score >= kUsedUp * (best - mLeast.value))
             return std::nullopt;
     }
     if (high - low <= 1 || trials.size() >= maxTrials())
@@ -48,5 +48,5 @@ std::optional<double> SsimSearch::next(const QList<Trial>& trials) const
     // The last chance of a high target.
     const bool isLast = trials.size() == maxTrials() - 1;
     const int steps = isLast && !isHighEnough ? high - 1 : (low + high) / 2;
-    return mFirstQuality + steps * direction;
+    return mFirstQuality + steps * mDirection;
 }
