@@ -339,13 +339,13 @@ void CommandLine::declareJobs()
     auto* const inPlace = program.add_flag("--in-place", mJobs.inPlace, "replace the inputs by the results");
     auto* const force = program.add_flag("-f,--force", mJobs.force, "replace existing outputs");
     add(program, "-j,--jobs", "N", number(1, 1024), mJobs.jobs, "run so many side by side")
-        ->default_str("as the cores bear");
+        ->default_str("as many as there are cores");
     auto* const quiet = program.add_flag("--quiet", mJobs.quiet, "print failures only");
     program.add_flag("-v,--verbose", mJobs.verbose, "show the commands and the module's debug lines too");
     program.set_help_all_flag("--help-all", "show all options");
 
     group("What it makes");
-    add(program, "--min-ssim", "X", number(0, 1, u"a number from 0 to 1, such as 0.95"_s), mJobs.minSsim,
+    add(program, "--min-ssim", "X", number(0.0, 1.0, u"a number from 0 to 1, such as 0.95"_s), mJobs.minSsim,
         "raise the quality until the SSIM is X, 0 to 1");
     auto* const container =
         program.add_flag("--container", mJobs.anyContainer, "take other suffixes for video containers too");
@@ -362,7 +362,7 @@ void CommandLine::declareJobs()
         mJobs.shard, "take the K-th of N equal parts of the inputs");
 
     group("What may be lost or replaced");
-    add(program, "--min-savings", "PERCENT", number(0, 100, u"a percentage from 0 to 100"_s),
+    add(program, "--min-savings", "PERCENT", number(0.0, 100.0, u"a percentage from 0 to 100"_s),
         mJobs.minSavings, "keep the source when less is saved")
         ->default_str("0");
     program.add_flag("--allow-larger", mJobs.allowLarger, "deliver a video also when it came out larger");

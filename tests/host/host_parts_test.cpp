@@ -116,7 +116,7 @@ void HostPartsTest::room()
         for (; room.mayOvertake(); ++passed)
             room.take(false);
         QCOMPARE(qMakePair(begun, passed), qMakePair(videos, passing));
-        // Images alone, as many as the cores bear and as many as are requested.
+        // Images alone: as many as there are cores, and as many as are requested.
         for (const int requested : {0, 3}) {
             Slots alone(cores, requested);
             int images = 0;
