@@ -45,8 +45,8 @@ public:
 
     /// start(), or estimate() for a sample.
     bool begin() { return mKind.isSample ? task->estimate() : task->start(); }
-    /// Turns the event loop until there are so many finishes, and tells whether there are, and not one too many, and
-    /// that nothing that the host did in its slot took long.
+    /// Turns the event loop until there are so many finishes, and tells whether there are, and not one too
+    /// many.
     bool ends(qsizetype count = 1);
     bool run() { return begin() && ends(finishes.size() + 1); }
     /// The last one; { -1, "none" } without one.
@@ -64,7 +64,6 @@ private slots:
 
 private:
     const Kind& mKind;
-    qint64 mReactionMs = 0;
 };
 
 /// The base of tests that run tasks. Every row has a folder, a temporary location and fake encoders of its own.
