@@ -28,7 +28,7 @@ MetricProbe::MetricProbe(const Metric& metric, const QString& resultPath, const 
     run(videoProbe(mResultPath, !mIsVideo), &MetricProbe::onResultProbed);
 }
 
-void MetricProbe::run(ToolCall call, Answer answer)
+void MetricProbe::run(const ToolCall& call, Answer answer)
 {
     mAnswer = answer;
     mRun.start(call);

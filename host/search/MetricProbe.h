@@ -23,7 +23,7 @@ signals:
 private:
     using Answer = void (MetricProbe::*)(const ToolResult&);
 
-    void run(ToolCall call, Answer answer);
+    void run(const ToolCall& call, Answer answer);
     void onResultProbed(const ToolResult& answer);
     void onSourceProbed(const ToolResult& answer);
     void compareImages(bool hasAlpha);
