@@ -87,28 +87,22 @@ enum class Outcome
     Failed,    ///< `failure` says why
 };
 
-/// What came of the encoder's work on a job.
-struct EncodeResult
+/// What came of a job.
+struct JobResult
 {
-    Failure failure;                 ///< none: there is a result, or `estimate` is set
+    JobSpec spec;
+    Outcome outcome = Outcome::Failed;
+    Failure failure = {};            ///< none, but for Outcome::Failed
     int runs = 0;                    ///< how often the encoder ran for it
     std::optional<int> quality = {}; ///< the encoder's number of the delivered run, where it was searched
     std::optional<double> ssim = {}; ///< the result against the source, where it was measured
-    std::optional<SizeRange> estimate = {}; ///< bytes
-};
-
-/// What came of a job.
-struct JobResult : EncodeResult
-{
-    JobSpec spec;
-    Outcome outcome = Outcome::Failed; ///< `failure` says why
-    QList<Warning> warnings;
+    std::optional<SizeRange> estimate = {};
+    QList<Warning> warnings = {};
     qint64 bytesBefore = 0;
     qint64 bytesAfter = 0;
     qint64 bytesMade = 0; ///< by the encoder, also where that was not delivered
     qint64 elapsedMs = 0;
-    qint64 videoMs = 0; ///< the source's length, where it is known
-    QString keptAt;     ///< a result that could not take its place lies here
+    QString keptAt = {}; ///< a result that could not take its place lies here
 
     bool isInterrupted() const { return failure.kind == FailureKind::Interrupted; }
 };

@@ -4,14 +4,12 @@
 #include <QFileInfo>
 
 #include "host/job/Format.h"
-#include "host/job/Options.h"
 #include "host/media/ImageMetadata.h"
 #include "host/media/LengthVerdict.h"
 #include "host/media/Losses.h"
 #include "host/media/VideoMetadata.h"
 #include "host/run/Background.h"
 #include "host/system/FileCompare.h"
-#include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -40,8 +38,7 @@ ImageCheck lookAt(const QString& source, const QString& result, bool copiesMetad
 
 } // namespace
 
-Check::Check(const Options& options, const JobFiles& files, const LookResult& source, bool mayTakeDamaged)
-    : mOptions(options), mFiles(files), mSource(source), mMayTakeDamaged(mayTakeDamaged)
+Check::Check(JobState& job) : Stage(job)
 {
     connect(&mProbe, &ToolRun::ended, this, &Check::onProbed);
 }
@@ -56,9 +53,9 @@ Check::~Check()
 
 void Check::start()
 {
-    if (const Failure failure = measure(mResult.bytesMade))
+    if (const Failure failure = measure(mJob.result.bytesMade))
         return end(failure);
-    if (mFiles.spec().format->isVideo())
+    if (spec().format->isVideo())
         probeVideo();
     else
         checkImage();
@@ -66,19 +63,19 @@ void Check::start()
 
 Failure Check::measure(qint64& bytes) const
 {
-    if (mFiles.isSourceChanged())
+    if (mJob.files.isSourceChanged())
         return {FailureKind::SourceChanged};
-    const auto made = Platform::factsOf(mFiles.resultPath());
+    const auto made = Platform::factsOf(mJob.files.resultPath());
     bytes = made ? made->bytes : 0;
     return bytes == 0 ? Failure{FailureKind::NoResult} : Failure();
 }
 
 void Check::checkImage()
 {
-    const auto look = [source = mFiles.sourcePath(), result = mFiles.resultPath(),
-                       copies = mOptions.keepMetadata] { return lookAt(source, result, copies); };
+    const auto look = [source = mJob.files.sourcePath(), result = mJob.files.resultPath(),
+                       copies = options().keepMetadata] { return lookAt(source, result, copies); };
     inBackground(this, look, [this](const ImageCheck& check) {
-        mResult.isSource = check.isSource;
+        mJob.isSource = check.isSource;
         if (check.isSource)
             return end({});
         if (!check.metadataError.isEmpty())
@@ -87,14 +84,14 @@ void Check::checkImage()
             return end({FailureKind::ResultCut, u"it is not an image"_s});
         if (!check.facts.damage.isEmpty())
             return end({FailureKind::ResultCut, check.facts.damage});
-        mResult.losses += imageLosses(mSource.facts, check.facts);
+        mJob.losses += imageLosses(mJob.source, check.facts);
         end({});
     });
 }
 
 void Check::probeVideo()
 {
-    mProbe.start(videoProbe(mFiles.resultPath()));
+    mProbe.start(videoProbe(mJob.files.resultPath()));
 }
 
 void Check::onProbed(const ToolResult& answer)
@@ -102,22 +99,22 @@ void Check::onProbed(const ToolResult& answer)
     const VideoFacts result = videoFactsIn(answer);
     if (!result.error.isEmpty())
         return end({FailureKind::ResultCut, result.error});
-    const LengthVerdict verdict = lengthVerdict(mSource.video, result);
-    if (verdict.kind == LengthVerdict::Cut && !mMayTakeDamaged)
+    const LengthVerdict verdict = lengthVerdict(mJob.sourceVideo, result);
+    if (verdict.kind == LengthVerdict::Cut && !mJob.mayTakeDamaged)
         return end({FailureKind::ResultCut, verdict.text});
-    const QFileInfo made(mFiles.resultPath());
+    const QFileInfo made(mJob.files.resultPath());
     const QString restored = made.path() + u'/' + made.completeBaseName() + u".tags."_s + made.suffix();
-    const QStringList pass =
-        videoMetadataPass(mSource.video, result, mFiles.sourcePath(), mFiles.resultPath(), restored);
-    if (mOptions.keepMetadata && !mIsRestored && !pass.isEmpty()) {
+    const QStringList pass = videoMetadataPass(mJob.sourceVideo, result, mJob.files.sourcePath(),
+                                               mJob.files.resultPath(), restored);
+    if (options().keepMetadata && !mIsRestored && !pass.isEmpty()) {
         mRestoredPath = restored;
         mRestore = std::make_unique<ToolRun>();
         connect(mRestore.get(), &ToolRun::ended, this, &Check::onRestored);
         return mRestore->start(ToolCall::ffmpeg(pass));
     }
     if (verdict.kind != LengthVerdict::Whole)
-        mResult.losses.append({u"length"_s, verdict.text});
-    mResult.losses += videoLosses(mSource.video, result);
+        mJob.losses.append({u"length"_s, verdict.text});
+    mJob.losses += videoLosses(mJob.sourceVideo, result);
     end({});
 }
 
@@ -125,7 +122,7 @@ void Check::onRestored(const ToolResult& restored)
 {
     if (!restored.isSuccess())
         return end({FailureKind::MetadataFailed, restored.reason()});
-    const QString error = Platform::rename(mRestoredPath, mFiles.resultPath(), true);
+    const QString error = Platform::rename(mRestoredPath, mJob.files.resultPath(), true);
     if (!error.isEmpty())
         return end({FailureKind::MetadataFailed, error});
     mRestoredPath.clear();
@@ -137,7 +134,6 @@ void Check::onRestored(const ToolResult& restored)
 void Check::end(Failure failure)
 {
     if (!failure)
-        failure = measure(mResult.bytes);
-    mResult.failure = failure;
-    emit ended(mResult);
+        failure = measure(mJob.result.bytesAfter);
+    emit ended(failure);
 }

@@ -13,24 +13,23 @@ Deliver::~Deliver()
         std::filesystem::remove(NativePath::toNative(mStagedPath), ignored);
     mFolder.reset();
     if (!mFinalPath.isEmpty())
-        mContext.stagingFolders.leave(NativePath::folder(mFinalPath), mIsDelivered);
+        mJob.context.stagingFolders.leave(NativePath::folder(mFinalPath), mIsDelivered);
 }
 
 Failure Deliver::prepare()
 {
-    const JobSpec& spec = mFiles.spec();
-    const QString suffix = NativePath::suffix(spec.outputPath);
-    if (mContext.options.deliversNothing()) {
-        mStagedPath = mContext.temporaryFolder.newPath(suffix);
+    const QString suffix = NativePath::suffix(spec().outputPath);
+    if (options().deliversNothing()) {
+        mStagedPath = mJob.context.temporaryFolder.newPath(suffix);
         return {};
     }
-    mFinalPath = Platform::finalPath(spec.outputPath);
+    mFinalPath = Platform::finalPath(spec().outputPath);
     if (Failure failure = checkPlace())
         return failure;
     // One file to one name: a folder that is not there is a mistake.
-    const bool isNamed = mContext.options.output == spec.outputPath;
-    const QString model = isNamed ? QString() : NativePath::folder(NativePath::absolute(spec.inputPath));
-    if (Failure failure = mContext.stagingFolders.open(NativePath::folder(mFinalPath), model, mFolder))
+    const bool isNamed = options().output == spec().outputPath;
+    const QString model = isNamed ? QString() : NativePath::folder(NativePath::absolute(spec().inputPath));
+    if (Failure failure = mJob.context.stagingFolders.open(NativePath::folder(mFinalPath), model, mFolder))
         return failure;
     mStagedPath = mFolder->newPath(suffix);
     return {};
@@ -38,7 +37,6 @@ Failure Deliver::prepare()
 
 Failure Deliver::checkPlace()
 {
-    const Options& options = mContext.options;
     mExisting = Platform::factsOf(mFinalPath);
     if (!mExisting) {
         const QString folder = NativePath::folder(mFinalPath);
@@ -49,33 +47,31 @@ Failure Deliver::checkPlace()
     }
     if (mExisting->kind != Platform::FileFacts::Regular)
         return {FailureKind::OutputNotRegular};
-    if (!options.force && !options.inPlace)
+    if (!options().force && !options().inPlace)
         return {FailureKind::OutputExists};
-    if (mExisting->links > 1 && !options.breakLinks)
+    if (mExisting->links > 1 && !options().breakLinks)
         return {FailureKind::HardLinks, QString::number(mExisting->links)};
-    if (mFiles.spec().isInPlace && !Platform::canTakeOwner(*mExisting))
+    if (spec().isInPlace && !Platform::canTakeOwner(*mExisting))
         return {FailureKind::OwnerWouldChange};
     return {};
 }
 
-void Deliver::start(const CheckResult& made)
+void Deliver::start()
 {
-    const Options& options = mContext.options;
-    const JobSpec& spec = mFiles.spec();
-    const qint64 before = mFiles.source().bytes;
-    const qint64 saved = before - made.bytes;
-    mResult.bytesAfter = made.bytes;
-    const bool mayKeep = spec.isInPlace || mFiles.isSourceOfOutputsKind();
+    JobResult& result = mJob.result;
+    const qint64 before = result.bytesBefore;
+    const qint64 saved = before - result.bytesAfter;
+    const bool mayKeep = spec().isInPlace || mJob.files.isSourceOfOutputsKind();
     const bool mayGrow =
-        spec.format->isVideo() && options.minSavings == 0 && (options.allowLarger || !mayKeep);
-    if (saved > 0 ? double(saved) * 100 >= options.minSavings * double(before) : mayGrow)
+        spec().format->isVideo() && options().minSavings == 0 && (options().allowLarger || !mayKeep);
+    if (saved > 0 ? double(saved) * 100 >= options().minSavings * double(before) : mayGrow)
         return place(Outcome::Delivered);
     if (!mayKeep) {
-        mResult.outcome = Outcome::NotWorth;
-        return end({});
+        result.outcome = Outcome::NotWorth;
+        return emit ended({});
     }
-    mResult.bytesAfter = before;
-    if (made.isSource || spec.isInPlace || options.deliversNothing())
+    result.bytesAfter = before;
+    if (mJob.isSource || spec().isInPlace || options().deliversNothing())
         place(Outcome::Kept);
     else
         copySource();
@@ -83,44 +79,46 @@ void Deliver::start(const CheckResult& made)
 
 void Deliver::copySource()
 {
-    QFile::remove(mFiles.resultPath());
+    QFile::remove(mJob.files.resultPath());
     inBackground(
-        this, [from = mFiles.sourcePath(), to = mFiles.resultPath()] { return Platform::copy(from, to); },
+        this,
+        [from = mJob.files.sourcePath(), to = mJob.files.resultPath()] { return Platform::copy(from, to); },
         [this](const QString& error) {
-            if (mIsStopped)
-                return end({FailureKind::Interrupted});
+            if (mJob.stopReason != FailureKind::None)
+                return emit ended({FailureKind::Interrupted});
             if (!error.isEmpty())
-                return end({FailureKind::DeliveryFailed, error});
+                return emit ended({FailureKind::DeliveryFailed, error});
             place(Outcome::Kept);
         });
 }
 
 void Deliver::place(Outcome outcome)
 {
-    const Options& options = mContext.options;
-    mResult.outcome = outcome;
-    if (options.deliversNothing())
-        mResult.outcome = options.estimate ? Outcome::Estimated : Outcome::Predicted;
+    JobResult& result = mJob.result;
+    result.outcome = outcome;
+    if (options().deliversNothing())
+        result.outcome = options().estimate ? Outcome::Estimated : Outcome::Predicted;
+    if (result.outcome == Outcome::Estimated)
+        result.estimate = SizeRange{result.bytesAfter, result.bytesAfter};
     // In place, the source is where it belongs.
-    const bool stays = options.deliversNothing() || (outcome == Outcome::Kept && mFiles.spec().isInPlace);
-    end(stays ? Failure() : move());
+    const bool stays = options().deliversNothing() || (outcome == Outcome::Kept && spec().isInPlace);
+    emit ended(stays ? Failure() : move());
 }
 
 // With the mode, owner and dates that the result ought to have.
 Failure Deliver::move()
 {
-    const Options& options = mContext.options;
-    const JobSpec& spec = mFiles.spec();
     // As it is now: somebody may have changed or removed it meanwhile.
     if (mExisting)
         mExisting = Platform::factsOf(mFinalPath);
-    if (mExisting && mExisting->links > 1 && !options.breakLinks)
+    if (mExisting && mExisting->links > 1 && !options().breakLinks)
         return {FailureKind::DeliveryFailed, u"it has got several names (hard links) in the meantime"_s};
-    QString error = mExisting ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
-                              : Platform::makeAlike(spec.inputPath, mFiles.source(), mStagedPath, false);
-    if (error.isEmpty() && (spec.isInPlace || options.keepDates))
-        error = Platform::setTimes(mStagedPath, mFiles.source());
-    const bool mayReplace = options.force || options.inPlace;
+    QString error = mExisting
+                        ? Platform::makeAlike(mFinalPath, *mExisting, mStagedPath, true)
+                        : Platform::makeAlike(spec().inputPath, mJob.files.source(), mStagedPath, false);
+    if (error.isEmpty() && (spec().isInPlace || options().keepDates))
+        error = Platform::setTimes(mStagedPath, mJob.files.source());
+    const bool mayReplace = options().force || options().inPlace;
     if (error.isEmpty())
         error = Platform::rename(mStagedPath, mFinalPath, mayReplace);
     mIsDelivered = error.isEmpty();
@@ -129,7 +127,7 @@ Failure Deliver::move()
     const bool isTaken = Platform::factsOf(mFinalPath).has_value();
     // Before the work it was the user's mistake; now it is somebody else's doing.
     if (isTaken && !mayReplace)
-        return options.skipExisting
+        return options().skipExisting
                    ? Failure{FailureKind::OutputExists}
                    : Failure{FailureKind::DeliveryFailed, u"a file of this name exists by now"_s};
     // An hour's work is not thrown away because another program holds the target.
@@ -138,13 +136,7 @@ Failure Deliver::move()
                                                 NativePath::baseName(mFinalPath) + u".vxcompress-result."_s +
                                                     NativePath::suffix(mFinalPath));
         if (Platform::rename(mStagedPath, beside, false).isEmpty())
-            mResult.keptAt = beside;
+            mJob.result.keptAt = beside;
     }
     return {FailureKind::DeliveryFailed, error};
-}
-
-void Deliver::end(Failure failure)
-{
-    mResult.failure = std::move(failure);
-    emit ended(mResult);
 }

@@ -1,32 +1,21 @@
 #pragma once
 
-#include <QObject>
-
 #include <memory>
 
-#include "host/run/Check.h"
-#include "host/run/JobContext.h"
-
-/// What became of a result.
-struct DeliverResult
-{
-    Failure failure; ///< OutputExists too, where a file has come there meanwhile
-    Outcome outcome = Outcome::Delivered;
-    qint64 bytesAfter = 0;
-    QString keptAt; ///< where a whole result was left that could not take its place
-};
+#include "host/run/Stage.h"
 
 /// A job's last stage: a result's way to its place, if it is worth it. It is written in a private folder beside
 /// it and shows up there only when it is whole: renamed, in one step. Until then whatever lies at the output's
-/// path stays as it is, also after a job that failed, was interrupted or killed.
+/// path stays as it is, also after a job that failed, was interrupted or killed. Once the job is stopped, nothing
+/// is moved any more.
 ///
-/// Lives in the main thread. Every start() ends in exactly one ended(), which may come inside of it.
-class Deliver : public QObject
+/// ended() may come inside of start().
+class Deliver : public Stage
 {
     Q_OBJECT
 
 public:
-    Deliver(const JobContext& context, const JobFiles& files) : mContext(context), mFiles(files) {}
+    using Stage::Stage;
     ~Deliver() override;
 
     /// Before anything is encoded: whether the result may take its place. Makes the output's folder, where a
@@ -37,27 +26,17 @@ public:
     /// Whether a file has to give way.
     bool replacesFile() const { return mExisting.has_value(); }
 
-    void start(const CheckResult& made);
-    /// Nothing is moved any more.
-    void stop() { mIsStopped = true; }
-
-signals:
-    void ended(const DeliverResult& result);
+    void start() override;
 
 private:
     Failure checkPlace();
     void copySource();
     void place(Outcome outcome);
     Failure move();
-    void end(Failure failure);
 
-    const JobContext& mContext;
-    const JobFiles& mFiles;
     QString mFinalPath;
     std::optional<Platform::FileFacts> mExisting;
     std::shared_ptr<PrivateFolder> mFolder;
     QString mStagedPath;
-    DeliverResult mResult;
-    bool mIsStopped = false;
     bool mIsDelivered = false;
 };

@@ -2,8 +2,6 @@
 
 #include <QFileInfo>
 
-#include "host/search/GoalSearch.h"
-#include "host/search/VideoEstimate.h"
 #include "host/system/NativePath.h"
 
 using namespace Qt::StringLiterals;
@@ -11,16 +9,17 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // The one run that makes the result, unless a search tries other settings.
-EncodeRequest requestOf(const Options& options, const JobFiles& files)
+EncodeRequest requestOf(const JobState& job)
 {
-    const Format& format = *files.spec().format;
-    EncodeRequest request{files.sourcePath(), files.resultPath(),
+    const Options& options = job.context.options;
+    const Format& format = *job.result.spec.format;
+    EncodeRequest request{job.files.sourcePath(), job.files.resultPath(),
                           QString::number(qualityFor(options, format))};
     if (!format.isVideo())
         return request;
     request.scale = options.scale;
     if (options.size) {
-        const qint64 before = files.source().bytes;
+        const qint64 before = job.result.bytesBefore;
         request.isPercentage = true;
         request.quality =
             QString::number(100.0 * double(options.size->bytesFor(before)) / double(before), 'f', 3);
@@ -30,20 +29,14 @@ EncodeRequest requestOf(const Options& options, const JobFiles& files)
 
 } // namespace
 
-Encode::Encode(const JobContext& context, const JobFiles& files)
-    : mContext(context), mFiles(files), mRequest(requestOf(context.options, files))
-{
-}
-
-Encode::~Encode() = default;
+Encode::Encode(JobState& job) : Stage(job), mRequest(requestOf(job)) {}
 
 void Encode::start()
 {
-    const Options& options = mContext.options;
     // An image's size beforehand is that of its encode.
-    if (options.estimate && mFiles.spec().format->isVideo())
+    if (options().estimate && spec().format->isVideo())
         estimate();
-    else if (options.size || options.minSsim)
+    else if (options().size || options().minSsim)
         search();
     else
         runOnce();
@@ -61,34 +54,35 @@ void Encode::stop()
 
 void Encode::runOnce()
 {
-    mRun = mContext.makeRun(mRequest);
+    mRun = mJob.context.makeRun(mRequest);
     connect(mRun.get(), &ModuleRun::progressed, this, &Encode::progressed);
-    connect(mRun.get(), &ModuleRun::ended, this,
-            [this](const Failure& failure) { end({.failure = failure, .runs = 1}); });
+    connect(mRun.get(), &ModuleRun::ended, this, [this](const Failure& failure) {
+        mJob.result.runs = 1;
+        end(failure);
+    });
     mRun->start();
 }
 
 void Encode::search()
 {
-    const Options& options = mContext.options;
-    const Format& format = *mFiles.spec().format;
+    const Format& format = *spec().format;
     const QFileInfo result(mRequest.outputPath);
-    mTarget = {.inputPath = mRequest.inputPath,
-               .suffix = result.suffix(),
-               .format = &format,
-               .scale = mRequest.scale,
-               .quality = qualityFor(options, format),
-               .copyCounts = Formats::looksLike(format, mRequest.inputPath),
-               .size = options.size,
-               .least = std::nullopt};
-    if (options.minSsim)
-        mTarget.least = Score{&kSsim, *options.minSsim};
+    SearchTarget target{.inputPath = mRequest.inputPath,
+                        .suffix = result.suffix(),
+                        .format = &format,
+                        .scale = mRequest.scale,
+                        .quality = qualityFor(options(), format),
+                        .copyCounts = Formats::looksLike(format, mRequest.inputPath),
+                        .size = options().size,
+                        .least = std::nullopt};
+    if (options().minSsim)
+        target.least = Score{&kSsim, *options().minSsim};
     // Beside the result, whose folder is private: the chosen one is renamed.
     const auto newPath = [result, tries = 0](const QString& suffix) mutable {
         return u"%1/%2.%3.%4"_s.arg(result.path(), result.completeBaseName(), QString::number(++tries),
                                     suffix);
     };
-    mSearch = std::make_unique<GoalSearch>(mTarget, mContext.makeRun, newPath);
+    mSearch = std::make_unique<GoalSearch>(target, mJob.context.makeRun, newPath);
     connect(mSearch.get(), &GoalSearch::runBegan, this, [this](int number, int atMost) {
         mRunNumber = number;
         mMostRuns = atMost;
@@ -101,7 +95,7 @@ void Encode::search()
 
 void Encode::onSearched(const GoalOutcome& outcome)
 {
-    EncodeResult result;
+    JobResult& result = mJob.result;
     result.runs = int(outcome.trials.size());
     if (outcome.chosen >= 0) {
         const Trial& chosen = outcome.trials[outcome.chosen];
@@ -111,21 +105,20 @@ void Encode::onSearched(const GoalOutcome& outcome)
         if (chosen.score >= 0)
             result.ssim = chosen.score;
     }
-    result.failure = outcome.failure;
     // Else an encoder ended well without a file: the check finds none either, and says so.
-    if (!result.failure && QFileInfo::exists(outcome.path)) {
+    if (!outcome.failure && QFileInfo::exists(outcome.path)) {
         const QString error = Platform::rename(outcome.path, mRequest.outputPath, false);
         if (!error.isEmpty())
-            result.failure = {FailureKind::DeliveryFailed, error};
+            return end({FailureKind::DeliveryFailed, error});
     }
-    end(result);
+    end(outcome.failure);
 }
 
 void Encode::estimate()
 {
-    PrivateFolder& folder = mContext.temporaryFolder;
+    PrivateFolder& folder = mJob.context.temporaryFolder;
     mEstimate = std::make_unique<VideoEstimate>(
-        mRequest, mContext.makeRun, [&folder](const QString& suffix) { return folder.newPath(suffix); });
+        mRequest, mJob.context.makeRun, [&folder](const QString& suffix) { return folder.newPath(suffix); });
     connect(mEstimate.get(), &VideoEstimate::progressed, this, &Encode::progressed);
     connect(mEstimate.get(), &VideoEstimate::ended, this, &Encode::onEstimated);
     mEstimate->start();
@@ -133,24 +126,22 @@ void Encode::estimate()
 
 void Encode::onEstimated(const EstimateOutcome& outcome)
 {
-    EncodeResult result;
-    result.runs = int(outcome.samples.size());
-    result.failure = outcome.failure;
+    mJob.result.runs = int(outcome.samples.size());
     SizeRange range = outcome.range;
-    if (const auto& size = mContext.options.size) {
+    if (const auto& size = options().size) {
         // A first encode that misses the requested size is not the last.
-        const qint64 goal = size->bytesFor(mFiles.source().bytes);
+        const qint64 goal = size->bytesFor(mJob.result.bytesBefore);
         range = {qMin(range.low, qint64(SizeGoal::kLowestShare * double(goal))), qMin(range.high, goal)};
     }
-    if (!result.failure)
-        result.estimate = range;
-    end(result);
+    if (!outcome.failure)
+        mJob.result.estimate = range;
+    end(outcome.failure);
 }
 
-void Encode::end(EncodeResult result)
+void Encode::end(Failure failure)
 {
     // Not the encoder's fault, whatever it has said.
     if (!Platform::factsOf(NativePath::folder(mRequest.outputPath)))
-        result.failure = {FailureKind::DeliveryFailed, u"its folder is gone"_s};
-    emit ended(result);
+        failure = {FailureKind::DeliveryFailed, u"its folder is gone"_s};
+    emit ended(failure);
 }

@@ -3,11 +3,11 @@
 #include "host/system/NativePath.h"
 
 Job::Job(const JobContext& context, const JobSpec& spec)
-    : mContext(context), mFiles(spec, context.temporaryFolder), mDeliver(context, mFiles)
+    : mState(context, spec), mDeliver(mState), mLook(mState)
 {
-    mResult.spec = spec;
     mTimeout.setSingleShot(true);
     connect(&mTimeout, &QTimer::timeout, this, [this] { stop(FailureKind::TimedOut); });
+    // What is delivered is delivered: a stop comes too late for it.
     connect(&mDeliver, &Deliver::ended, this, &Job::onDelivered);
 }
 
@@ -16,42 +16,47 @@ void Job::start()
     mClock.start();
     if (isStopped())
         return;
-    Failure failure = mFiles.begin();
-    mResult.bytesBefore = mFiles.source().bytes;
+    JobFiles& files = mState.files;
+    Failure failure = files.begin();
+    mState.result.bytesBefore = files.source().bytes;
     if (!failure)
         failure = mDeliver.prepare();
     if (!failure)
-        failure = mFiles.reach(mDeliver.stagedPath());
+        failure = files.reach(mDeliver.stagedPath());
     if (failure)
         return fail(failure);
     // A damaged result is somebody's last copy of a damaged source at best: it replaces nothing.
-    mMayTakeDamaged = mContext.options.keepDamaged && !spec().isInPlace && !mDeliver.replacesFile();
-    mLook = std::make_unique<Look>(mContext.options, mFiles, mMayTakeDamaged);
-    connect(mLook.get(), &Look::ended, this, &Job::onLooked);
-    mLook->start();
+    mState.mayTakeDamaged =
+        mState.context.options.keepDamaged && !mState.result.spec.isInPlace && !mDeliver.replacesFile();
+    run(mLook, &Job::encode);
 }
 
-void Job::onLooked(const LookResult& result)
+// Starts a stage, and goes on with `next` once it has ended well.
+void Job::run(Stage& stage, void (Job::*next)())
 {
-    mSource = result;
-    mResult.warnings += result.warnings;
-    if (isStopped())
-        return;
-    if (result.failure)
-        return fail(result.failure);
-    const QString suffix = NativePath::suffix(mFiles.sourcePath());
-    if (const Failure failure = mFiles.setSourceSuffix(trueSuffix(result.facts, suffix)))
+    connect(&stage, &Stage::ended, this, [this, next](const Failure& failure) {
+        if (isStopped())
+            return;
+        if (failure)
+            return fail(failure);
+        (this->*next)();
+    });
+    stage.start();
+}
+
+void Job::encode()
+{
+    const QString suffix = NativePath::suffix(mState.files.sourcePath());
+    if (const Failure failure = mState.files.setSourceSuffix(trueSuffix(mState.source, suffix)))
         return fail(failure);
-    if (result.video.lengthMs > 0) {
-        mResult.videoMs = result.video.lengthMs;
-        mContext.events.measured(spec(), mResult.videoMs);
-    }
-    mEncode = std::make_unique<Encode>(mContext, mFiles);
-    connect(mEncode.get(), &Encode::ended, this, &Job::onEncoded);
+    const JobContext& context = mState.context;
+    if (mState.sourceVideo.lengthMs > 0)
+        context.events.measured(mState.result.spec, mState.sourceVideo.lengthMs);
+    mEncode = std::make_unique<Encode>(mState);
     connect(mEncode.get(), &Encode::progressed, this, &Job::onProgress);
-    if (mContext.options.timeoutSecs > 0)
-        mTimeout.start(std::chrono::seconds(mContext.options.timeoutSecs));
-    mEncode->start();
+    if (context.options.timeoutSecs > 0)
+        mTimeout.start(std::chrono::seconds(context.options.timeoutSecs));
+    run(*mEncode, &Job::onEncoded);
 }
 
 void Job::onProgress(double share)
@@ -59,56 +64,39 @@ void Job::onProgress(double share)
     if (share <= mShare || mHasEnded)
         return;
     mShare = qMin(share, 1.0);
-    mContext.events.progressed(spec(), mShare);
+    mState.context.events.progressed(mState.result.spec, mShare);
 }
 
-void Job::onEncoded(const EncodeResult& result)
+void Job::onEncoded()
 {
-    static_cast<EncodeResult&>(mResult) = result;
-    if (isStopped())
-        return;
-    if (result.failure)
-        return fail(result.failure);
-    if (result.estimate)
+    if (mState.result.estimate)
         return end(Outcome::Estimated);
-    mCheck = std::make_unique<Check>(mContext.options, mFiles, mSource, mMayTakeDamaged);
-    connect(mCheck.get(), &Check::ended, this, &Job::onChecked);
-    mCheck->start();
+    mCheck = std::make_unique<Check>(mState);
+    run(*mCheck, &Job::deliver);
 }
 
-void Job::onChecked(const CheckResult& result)
+void Job::deliver()
 {
     mTimeout.stop();
-    mResult.bytesMade = result.bytesMade;
-    if (isStopped())
-        return;
-    if (result.failure)
-        return fail(result.failure);
-    mLosses = result.losses;
-    mDeliver.start(result);
+    mDeliver.start();
 }
 
-void Job::onDelivered(const DeliverResult& result)
+void Job::onDelivered(const Failure& failure)
 {
-    mResult.keptAt = result.keptAt;
-    if (result.failure)
-        return fail(result.failure);
-    mResult.bytesAfter = result.bytesAfter;
-    if (result.outcome == Outcome::Estimated)
-        mResult.estimate = SizeRange{result.bytesAfter, result.bytesAfter};
-    end(result.outcome);
+    if (failure)
+        return fail(failure);
+    end(mState.result.outcome);
 }
 
 void Job::stop(FailureKind reason)
 {
-    if (mStopReason != FailureKind::None || mHasEnded)
+    if (mState.stopReason != FailureKind::None || mHasEnded)
         return;
-    mStopReason = reason;
-    mDeliver.stop();
+    mState.stopReason = reason;
     // What looks at files ends with the job, and this must not come inside the caller's loop.
     if (mEncode && !mCheck)
         mEncode->stop();
-    else if (mLook)
+    else
         QMetaObject::invokeMethod(this, &Job::isStopped, Qt::QueuedConnection);
 }
 
@@ -116,23 +104,24 @@ void Job::stop(FailureKind reason)
 // have ended first, in whatever way.
 bool Job::isStopped()
 {
-    if (mStopReason == FailureKind::None && mContext.isEnding())
-        mStopReason = FailureKind::Interrupted;
-    if (mStopReason == FailureKind::None)
+    if (mState.stopReason == FailureKind::None && mState.context.isEnding())
+        mState.stopReason = FailureKind::Interrupted;
+    if (mState.stopReason == FailureKind::None)
         return false;
-    fail({mStopReason});
+    fail({mState.stopReason});
     return true;
 }
 
 void Job::fail(const Failure& failure)
 {
+    JobResult& result = mState.result;
     // Another run has delivered it since this one was planned.
-    if (failure.kind == FailureKind::OutputExists && mContext.options.skipExisting) {
-        mResult.warnings.clear();
+    if (failure.kind == FailureKind::OutputExists && mState.context.options.skipExisting) {
+        result.warnings.clear();
         return end(Outcome::Skipped);
     }
-    mResult.failure = failure;
-    mFiles.noteFullDisk(mResult.failure);
+    result.failure = failure;
+    mState.files.noteFullDisk(result.failure);
     end(Outcome::Failed);
 }
 
@@ -140,11 +129,12 @@ void Job::end(Outcome outcome)
 {
     if (std::exchange(mHasEnded, true))
         return;
+    JobResult& result = mState.result;
     // A source that stays has lost nothing.
     if (outcome == Outcome::Delivered || outcome == Outcome::Predicted)
-        mResult.warnings += mLosses;
+        result.warnings += mState.losses;
     mTimeout.stop();
-    mResult.outcome = outcome;
-    mResult.elapsedMs = mClock.elapsed();
-    emit ended(mResult);
+    result.outcome = outcome;
+    result.elapsedMs = mClock.elapsed();
+    emit ended(result);
 }

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QObject>
 #include <QTimer>
 
 #include <memory>
 
+#include "host/run/Check.h"
 #include "host/run/Deliver.h"
 #include "host/run/Encode.h"
+#include "host/run/Look.h"
 
 /// One input and one output: looks at the source, has it encoded, checks what came, delivers it.
 ///
@@ -20,8 +21,6 @@ class Job : public QObject
 public:
     Job(const JobContext& context, const JobSpec& spec);
 
-    const JobSpec& spec() const { return mFiles.spec(); }
-
     void start();
     /// Ends the job early: it then counts as interrupted, however the encode ended.
     void stop() { stop(FailureKind::Interrupted); }
@@ -32,30 +31,25 @@ signals:
 private:
     void stop(FailureKind reason);
     bool isStopped();
-    void onLooked(const LookResult& result);
+    void run(Stage& stage, void (Job::*next)());
+    void encode();
     void onProgress(double share);
-    void onEncoded(const EncodeResult& result);
-    void onChecked(const CheckResult& result);
-    void onDelivered(const DeliverResult& result);
+    void onEncoded();
+    void deliver();
+    void onDelivered(const Failure& failure);
     void fail(const Failure& failure);
     void end(Outcome outcome);
 
-    const JobContext& mContext;
-    JobResult mResult;
+    JobState mState;
     QElapsedTimer mClock;
     QTimer mTimeout;
-    FailureKind mStopReason = FailureKind::None;
     double mShare = 0;
-    bool mMayTakeDamaged = false;
     bool mHasEnded = false;
 
     // The stages. A later one begins once the earlier has ended, and goes first: it may still write where an
     // earlier one cleans up. Delivery comes last, and yet it has the folder that the encoder writes into.
-    JobFiles mFiles;
     Deliver mDeliver;
-    LookResult mSource;
-    QList<Warning> mLosses;
-    std::unique_ptr<Look> mLook;
+    Look mLook;
     std::unique_ptr<Encode> mEncode;
     std::unique_ptr<Check> mCheck;
 };

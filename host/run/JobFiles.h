@@ -5,15 +5,13 @@
 #include "host/system/PrivateFolder.h"
 
 /// One job's source and its result on the way, under paths that Qt and every tool can carry: links in the
-/// temporary folder, where their own are not such. Lives as long as the job.
+/// temporary folder, where their own are not such. Lives as long as the job, and shorter than `spec`.
 class JobFiles
 {
 public:
     JobFiles(const JobSpec& spec, PrivateFolder& folder) : mSpec(spec), mFolder(folder) {}
     ~JobFiles();
     Q_DISABLE_COPY_MOVE(JobFiles)
-
-    const JobSpec& spec() const { return mSpec; }
 
     /// Looks whether the source can be read at all, and remembers what it is now.
     Failure begin();
@@ -37,7 +35,7 @@ public:
 private:
     QString linkTo(const QString& path, const QString& suffix);
 
-    const JobSpec mSpec;
+    const JobSpec& mSpec;
     PrivateFolder& mFolder;
     Platform::FileFacts mSource;
     QString mSourcePath;

@@ -3,7 +3,6 @@
 #include <QFile>
 
 #include "host/job/Format.h"
-#include "host/job/Options.h"
 #include "host/media/Losses.h"
 #include "host/run/Background.h"
 
@@ -11,70 +10,58 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// By its own name: the bytes of it may be none that Qt could carry.
-LookResult inspect(const QString& path)
+struct Inspection
 {
-    LookResult result;
+    Failure failure;
+    MediaFacts facts;
+};
+
+// By its own name: the bytes of it may be none that Qt could carry.
+Inspection inspect(const QString& path)
+{
     QString reason;
     QFile file;
     const int opened = Platform::openForReading(path, reason);
     if (opened < 0 ||
         !file.open(opened, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
-        result.failure = {FailureKind::Unreadable, reason};
-    else
-        result.facts = inspectMedia(file);
-    return result;
+        return {{FailureKind::Unreadable, reason}, {}};
+    return {{}, inspectMedia(file)};
 }
 
 } // namespace
 
-Look::Look(const Options& options, const JobFiles& files, bool mayTakeDamaged)
-    : mOptions(options), mFiles(files), mMayTakeDamaged(mayTakeDamaged)
-{
-}
-
-Look::~Look() = default;
-
 void Look::start()
 {
     inBackground(
-        this, [path = mFiles.spec().inputPath] { return inspect(path); },
-        [this](const LookResult& result) {
-            mResult = result;
-            onInspected();
+        this, [path = spec().inputPath] { return inspect(path); },
+        [this](const Inspection& found) {
+            mJob.source = found.facts;
+            const Failure failure = found.failure ? found.failure : judge();
+            if (failure || !spec().format->isVideo())
+                return emit ended(failure);
+            connect(&mProbe, &ToolRun::ended, this, &Look::onProbed);
+            mProbe.start(videoProbe(mJob.files.sourcePath()));
         });
 }
 
-void Look::onInspected()
+Failure Look::judge()
 {
-    if (mResult.failure)
-        return end(mResult.failure);
-    const Format& format = *mFiles.spec().format;
-    if (const Failure failure = unfitFor(mResult.facts, format, mOptions.firstFrame))
-        return end(failure);
-    if (!mResult.facts.damage.isEmpty()) {
-        if (!mMayTakeDamaged)
-            return end({FailureKind::SourceCut, mResult.facts.damage});
-        mResult.warnings.append({u"source-cut"_s, mResult.facts.damage});
-    }
-    if (!format.isVideo())
-        return end({});
-    connect(&mProbe, &ToolRun::ended, this, &Look::onProbed);
-    mProbe.start(videoProbe(mFiles.sourcePath()));
+    if (Failure failure = unfitFor(mJob.source, *spec().format, options().firstFrame))
+        return failure;
+    if (mJob.source.damage.isEmpty())
+        return {};
+    if (!mJob.mayTakeDamaged)
+        return {FailureKind::SourceCut, mJob.source.damage};
+    mJob.result.warnings.append({u"source-cut"_s, mJob.source.damage});
+    return {};
 }
 
 void Look::onProbed(const ToolResult& answer)
 {
-    mResult.video = videoFactsIn(answer);
-    if (!mResult.video.error.isEmpty())
-        return end({FailureKind::MeasureFailed, mResult.video.error});
-    if (!mResult.video.videoStream())
-        return end({FailureKind::NotMedia, u": there is no video in it"_s});
-    end({});
-}
-
-void Look::end(const Failure& failure)
-{
-    mResult.failure = failure;
-    emit ended(mResult);
+    mJob.sourceVideo = videoFactsIn(answer);
+    if (!mJob.sourceVideo.error.isEmpty())
+        return emit ended({FailureKind::MeasureFailed, mJob.sourceVideo.error});
+    if (!mJob.sourceVideo.videoStream())
+        return emit ended({FailureKind::NotMedia, u": there is no video in it"_s});
+    emit ended({});
 }
