@@ -52,17 +52,15 @@ struct Findings
             return coreMs > 0 ? double(amount) / Json::seconds(coreMs) : 0;
         }
     };
-    struct Slow
+    struct File
     {
-        QString path;
+        QString path = {};
+        qint64 before = 0; ///< bytes
+        qint64 after = 0;
         qint64 ms = 0;
-        qint64 bytes = 0;
-    };
-    struct Failed
-    {
-        QString path;
-        QString kind; ///< the stream's word, or "unfinished"
-        QString text;
+        QString kind = {}; ///< the output's suffix; of a failure the stream's word, or "unfinished"
+        QString text = {}; ///< of a failure
+        FileEnd end = FileEnd::Unfinished;
     };
 
     qint64 runs = 0;
@@ -77,23 +75,13 @@ struct Findings
 
     QMap<QString, Kind> kinds; ///< by the output's suffix
     QMap<QString, Machine> machines;
+    Machine all;              ///< they together, but for its runs
     QList<qint64> durations;  ///< files that took less than 0.1 s, 0.2 s, 0.4 s and so on; then the rest
-    QList<Slow> slowest;      ///< first the slowest
-    QList<Failed> failures;   ///< unfinished ones too, in the order of their names
+    QList<File> slowest;      ///< first the slowest
+    QList<File> failures;     ///< unfinished ones too, in the order of their names
     QList<QString> runErrors; ///< of runs that could not be begun
 
     static constexpr qint64 kFirstDurationMs = 100;
 
     qint64 files() const { return std::accumulate(ends.begin(), ends.end(), qint64(0)); }
-    Machine allMachines() const
-    {
-        Machine sum;
-        for (const Machine& machine : machines) {
-            sum.runs += machine.runs;
-            sum.files += machine.files;
-            add(sum.bytes, machine.bytes);
-            add(sum.coreMs, machine.coreMs);
-        }
-        return sum;
-    }
 };

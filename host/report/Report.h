@@ -14,10 +14,10 @@ struct ReportSection
     };
 
     QString title;
-    QList<Bar> bars;
     int numbers = 0; ///< so many of the first columns are aligned to the right
-    QStringList columns;
-    QList<QStringList> rows;
+    QStringList columns = {};
+    QList<Bar> bars = {};
+    QList<QStringList> rows = {};
 };
 
 /// The findings for people: the first lines, then the sections that have something to say.

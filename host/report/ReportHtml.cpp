@@ -7,12 +7,16 @@ namespace {
 // A page of a hundred thousand rows opens no more; --json has them all.
 constexpr qsizetype kMaxRows = 1000;
 
-// Of the bars, in their image's own units.
+// Of the bars, in their image's own units: 150 for the labels, so many for the bars, 190 for the texts.
 constexpr int kRow = 22;
-constexpr int kBarHeight = 16;
-constexpr int kLabelWidth = 150;
 constexpr int kBarWidth = 420;
-constexpr int kTextWidth = 190;
+constexpr char kBars[] =
+    R"(<svg xmlns="http://www.w3.org/2000/svg" role="img" viewBox="0 0 760 %1" width="760" height="%1">
+<title>%2</title>
+)";
+constexpr char kBar[] = R"svg(<g transform="translate(150 %1)"><text x="-8" y="13" text-anchor="end">%2</text>
+<rect class="%3" width="%4" height="16"/><text x="%5" y="13">%6</text></g>
+)svg";
 
 constexpr char kHead[] = R"(<!DOCTYPE html>
 <html xmlns="http://www.w3.org/1999/xhtml" lang="en">
@@ -40,27 +44,14 @@ QString barsHtml(const ReportSection& section)
     double most = 0;
     for (const ReportSection::Bar& bar : section.bars)
         most = std::max(most, bar.value);
-    QString svg =
-        u"<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" viewBox=\"0 0 %1 %2\" width=\"%1\" "
-        "height=\"%2\">\n<title>%3</title>\n"_s.arg(kLabelWidth + kBarWidth + kTextWidth)
-            .arg(kRow * section.bars.size())
-            .arg(section.title);
+    const auto number = [](double value) { return QString::number(value, 'f', 1); };
+    QString svg = QString::fromLatin1(kBars).arg(QString::number(kRow * section.bars.size()), section.title);
     int top = 0;
     for (const ReportSection::Bar& bar : section.bars) {
         const double width = most > 0 ? kBarWidth * bar.value / most : 0;
-        const int line = top + kBarHeight - 3;
-        svg +=
-            u"<text x=\"%1\" y=\"%2\" text-anchor=\"end\">%3</text>"_s.arg(kLabelWidth - 8)
-                .arg(line)
-                .arg(bar.label.toHtmlEscaped()) +
-            u"<rect class=\"%1\" x=\"%2\" y=\"%3\" width=\"%4\" height=\"%5\"/>"_s.arg(QLatin1String(bar.css))
-                .arg(kLabelWidth)
-                .arg(top)
-                .arg(width, 0, 'f', 1)
-                .arg(kBarHeight) +
-            u"<text x=\"%1\" y=\"%2\">%3</text>\n"_s.arg(kLabelWidth + width + 6, 0, 'f', 1)
-                .arg(line)
-                .arg(bar.text.toHtmlEscaped());
+        svg += QString::fromLatin1(kBar).arg(QString::number(top), bar.label.toHtmlEscaped(),
+                                             QLatin1String(bar.css), number(width), number(width + 6),
+                                             bar.text.toHtmlEscaped());
         top += kRow;
     }
     return svg + "</svg>\n"_L1;

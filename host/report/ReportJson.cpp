@@ -23,14 +23,13 @@ QByteArray reportJson(const Findings& sum)
                                     {u"coreSeconds"_s, Json::seconds(machine.coreMs)}});
     }
     QJsonArray slowest;
-    for (const Findings::Slow& file : sum.slowest)
+    for (const Findings::File& file : sum.slowest)
         slowest.append(QJsonObject{
-            {Json::kPath, file.path}, {Json::kSeconds, Json::seconds(file.ms)}, {Json::kBytes, file.bytes}});
+            {Json::kPath, file.path}, {Json::kSeconds, Json::seconds(file.ms)}, {Json::kBytes, file.before}});
     QJsonArray failures;
-    for (const Findings::Failed& file : sum.failures)
+    for (const Findings::File& file : sum.failures)
         failures.append(
             QJsonObject{{Json::kPath, file.path}, {Json::kKind, file.kind}, {Json::kText, file.text}});
-    const Findings::Machine all = sum.allMachines();
     QJsonObject object{{Json::kType, u"report"_s},
                        {Json::kRuns, sum.runs},
                        {u"runsWithoutEnd"_s, sum.runsWithoutEnd},
@@ -41,9 +40,9 @@ QByteArray reportJson(const Findings& sum)
                        {Json::kFiles, sum.files()},
                        {Json::kBytesBefore, sum.bytesBefore},
                        {Json::kBytesAfter, sum.bytesAfter},
-                       {u"coreSeconds"_s, Json::seconds(all.coreMs)},
-                       {u"filesPerCoreSecond"_s, all.perCoreSecond(all.files)},
-                       {u"bytesPerCoreSecond"_s, all.perCoreSecond(all.bytes)},
+                       {u"coreSeconds"_s, Json::seconds(sum.all.coreMs)},
+                       {u"filesPerCoreSecond"_s, sum.all.perCoreSecond(sum.all.files)},
+                       {u"bytesPerCoreSecond"_s, sum.all.perCoreSecond(sum.all.bytes)},
                        {u"kinds"_s, kinds},
                        {u"machines"_s, machines},
                        {u"slowest"_s, slowest},

@@ -46,10 +46,8 @@ QString bytesPerCoreSecond(const Findings::Machine& machine)
 ReportSection kinds(const Findings& sum)
 {
     ReportSection section{u"Savings by kind"_s,
-                          {},
                           5,
-                          {u"files"_s, u"before"_s, u"after"_s, u"time a file"_s, u"kind"_s, u"saving"_s},
-                          {}};
+                          {u"files"_s, u"before"_s, u"after"_s, u"time a file"_s, u"kind"_s, u"saving"_s}};
     for (const auto& [name, kind] : sum.kinds.asKeyValueRange()) {
         const QString before = sizeText(kind.bytesBefore);
         const QString after = sizeText(kind.bytesAfter);
@@ -65,7 +63,7 @@ ReportSection kinds(const Findings& sum)
 
 ReportSection durations(const Findings& sum)
 {
-    ReportSection section{u"How long files took"_s, {}, 0, {}, {}};
+    ReportSection section{u"How long files took"_s};
     qint64 limit = Findings::kFirstDurationMs;
     for (const qint64 files : sum.durations) {
         section.bars.append(
@@ -78,11 +76,9 @@ ReportSection durations(const Findings& sum)
 ReportSection machines(const Findings& sum)
 {
     ReportSection section{u"Throughput of a core in a second"_s,
-                          {},
                           4,
-                          {u"runs"_s, u"files"_s, u"files/s"_s, u"bytes/s"_s, u"machine"_s},
-                          {}};
-    if (sum.allMachines().coreMs == 0)
+                          {u"runs"_s, u"files"_s, u"files/s"_s, u"bytes/s"_s, u"machine"_s}};
+    if (sum.all.coreMs == 0)
         return section;
     for (const auto& [name, machine] : sum.machines.asKeyValueRange()) {
         const QString files = filesPerCoreSecond(machine);
@@ -95,18 +91,18 @@ ReportSection machines(const Findings& sum)
 
 ReportSection slowest(const Findings& sum)
 {
-    ReportSection section{u"Slowest files"_s, {}, 2, {u"time"_s, u"size"_s, u"file"_s}, {}};
-    for (const Findings::Slow& file : sum.slowest)
-        section.rows.append({secondsText(file.ms), sizeText(file.bytes), file.path});
+    ReportSection section{u"Slowest files"_s, 2, {u"time"_s, u"size"_s, u"file"_s}};
+    for (const Findings::File& file : sum.slowest)
+        section.rows.append({secondsText(file.ms), sizeText(file.before), file.path});
     return section;
 }
 
 ReportSection failures(const Findings& sum)
 {
-    ReportSection section{u"Failed files"_s, {}, 0, {u"why"_s, u"file"_s, u"text"_s}, {}};
+    ReportSection section{u"Failed files"_s, 0, {u"why"_s, u"file"_s, u"text"_s}};
     for (const QString& error : sum.runErrors)
         section.rows.append({u"usage"_s, u"(a run)"_s, error});
-    for (const Findings::Failed& file : sum.failures)
+    for (const Findings::File& file : sum.failures)
         section.rows.append({file.kind, file.path, file.text});
     return section;
 }
@@ -120,9 +116,9 @@ QStringList reportLines(const Findings& sum)
         lines.append(u"%1 -> %2 (%3)"_s.arg(sizeText(sum.bytesBefore), sizeText(sum.bytesAfter),
                                             savingText(sum.bytesBefore, sum.bytesAfter)));
     lines.append(runsText(sum));
-    if (const Findings::Machine all = sum.allMachines(); all.coreMs > 0)
-        lines.append(u"throughput of a core: %1 files and %2 a second"_s.arg(filesPerCoreSecond(all),
-                                                                             bytesPerCoreSecond(all)));
+    if (sum.all.coreMs > 0)
+        lines.append(u"throughput of a core: %1 files and %2 a second"_s.arg(filesPerCoreSecond(sum.all),
+                                                                             bytesPerCoreSecond(sum.all)));
     return lines;
 }
 

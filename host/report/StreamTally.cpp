@@ -40,6 +40,12 @@ QString text(const QJsonObject& object, Json::Word key)
     return shown(object.value(key).toString());
 }
 
+QString kindOf(const QJsonObject& object)
+{
+    const QString suffix = shown(NativePath::suffix(object.value(Json::kOutput).toString()).toLower());
+    return suffix == "jpeg"_L1 ? u"jpg"_s : suffix;
+}
+
 } // namespace
 
 bool StreamTally::addLine(const QByteArray& line)
@@ -65,7 +71,9 @@ bool StreamTally::add(const QJsonObject& object)
     if (type == Json::kRun) {
         addRun(object);
     } else if (type == Json::kStart) {
-        note(object, {.before = whole(object, Json::kBytes)});
+        note(object, {.before = whole(object, Json::kBytes),
+                      .kind = u"unfinished"_s,
+                      .text = u"its run was killed"_s});
     } else if (type == Json::kResult || type == Json::kEstimate) {
         addEnd(object);
     } else if (type == Json::kError) {
@@ -104,30 +112,28 @@ void StreamTally::addEnd(const QJsonObject& object)
                                                {Json::kNotWorth, FileEnd::Kept},
                                                {Json::kSkipped, FileEnd::Skipped}};
     const QString outcome = object.value(Json::kOutcome).toString();
-    Record record{.before = whole(object, Json::kBytesBefore),
-                  .after = whole(object, Json::kBytesAfter),
-                  .ms = msIn(object),
-                  .kind = kindOf(object),
-                  .end = kEnds.value(outcome, FileEnd::Predicted)};
+    Findings::File file{.before = whole(object, Json::kBytesBefore),
+                        .after = whole(object, Json::kBytesAfter),
+                        .ms = msIn(object),
+                        .kind = kindOf(object),
+                        .end = kEnds.value(outcome, FileEnd::Predicted)};
     // What is not worth it stays as it is.
     if (outcome == Json::kNotWorth)
-        record.after = record.before;
-    note(object, record);
-    if (mRun && record.end != FileEnd::Skipped) {
+        file.after = file.before;
+    note(object, file);
+    if (mRun && file.end != FileEnd::Skipped) {
         ++mRun->files;
-        Findings::add(mRun->bytes, record.before);
+        Findings::add(mRun->bytes, file.before);
     }
 }
 
 void StreamTally::addError(const QJsonObject& object)
 {
-    const QString path = Json::pathIn(object, Json::kPath);
-    if (path.isEmpty()) {
+    if (Json::pathIn(object, Json::kPath).isEmpty())
         mSum.runErrors.append(text(object, Json::kText));
-        return;
-    }
-    note(object, {.end = FileEnd::Failed});
-    mFaults.insert(path, {text(object, Json::kKind), text(object, Json::kText)});
+    else
+        note(object,
+             {.kind = text(object, Json::kKind), .text = text(object, Json::kText), .end = FileEnd::Failed});
 }
 
 void StreamTally::addSummary(const QJsonObject& object)
@@ -135,44 +141,35 @@ void StreamTally::addSummary(const QJsonObject& object)
     if (!mRun)
         return;
     const qint64 ms = msIn(object);
-    Findings::Machine& machine = mSum.machines[mRun->host];
-    machine.files += mRun->files;
-    Findings::add(machine.bytes, mRun->bytes);
-    Findings::add(machine.coreMs, ms * mRun->cores);
+    for (Findings::Machine* machine : {&mSum.machines[mRun->host], &mSum.all}) {
+        machine->files += mRun->files;
+        Findings::add(machine->bytes, mRun->bytes);
+        Findings::add(machine->coreMs, ms * mRun->cores);
+    }
     const QDateTime ended = mRun->began.addMSecs(ms);
     if (ended.isValid() && (!mLast.isValid() || ended > mLast))
         mLast = ended;
     mRun.reset();
 }
 
-quint16 StreamTally::kindOf(const QJsonObject& object)
+void StreamTally::note(const QJsonObject& object, const Findings::File& file)
 {
-    QString kind = shown(NativePath::suffix(object.value(Json::kOutput).toString()).toLower());
-    if (kind == "jpeg"_L1)
-        kind = u"jpg"_s;
-    if (!mKinds.contains(kind))
-        mKinds.append(kind);
-    return quint16(std::min<qsizetype>(mKinds.indexOf(kind), 0xffff));
+    Findings::File& known = mFiles[Json::pathIn(object, Json::kPath)];
+    if (file.end >= known.end)
+        known = file;
 }
 
-void StreamTally::note(const QJsonObject& object, const Record& record)
+void StreamTally::countDone(Findings& sum, const Findings::File& file)
 {
-    Record& known = mFiles[Json::pathIn(object, Json::kPath)];
-    if (record.end >= known.end)
-        known = record;
-}
-
-void StreamTally::countDone(Findings& sum, const Record& record) const
-{
-    Findings::add(sum.bytesBefore, record.before);
-    Findings::add(sum.bytesAfter, record.after);
-    Findings::Kind& kind = sum.kinds[mKinds.value(record.kind)];
+    Findings::add(sum.bytesBefore, file.before);
+    Findings::add(sum.bytesAfter, file.after);
+    Findings::Kind& kind = sum.kinds[file.kind];
     ++kind.files;
-    Findings::add(kind.bytesBefore, record.before);
-    Findings::add(kind.bytesAfter, record.after);
-    Findings::add(kind.ms, record.ms);
+    Findings::add(kind.bytesBefore, file.before);
+    Findings::add(kind.bytesAfter, file.after);
+    Findings::add(kind.ms, file.ms);
     qsizetype duration = 0;
-    while (duration < kDurations - 1 && record.ms >= Findings::kFirstDurationMs << duration)
+    while (duration < kDurations - 1 && file.ms >= Findings::kFirstDurationMs << duration)
         ++duration;
     sum.durations.resize(std::max(sum.durations.size(), duration + 1));
     ++sum.durations[duration];
@@ -183,28 +180,22 @@ Findings StreamTally::findings() const
     Findings sum = mSum;
     if (mFirst.isValid() && mLast.isValid())
         sum.spanMs = mFirst.msecsTo(mLast);
-    const auto isSlower = [](const Findings::Slow& one, const Findings::Slow& other) {
-        return one.ms != other.ms ? one.ms > other.ms : one.path < other.path;
-    };
-    for (const auto& [path, file] : mFiles.asKeyValueRange()) {
+    for (const auto& [path, known] : mFiles.asKeyValueRange()) {
+        Findings::File file = known;
+        file.path = shown(path);
         ++sum.ends[size_t(file.end)];
-        if (file.end == FileEnd::Failed) {
-            const Fault fault = mFaults.value(path);
-            sum.failures.append({shown(path), fault.kind, fault.text});
-        } else if (file.end == FileEnd::Unfinished) {
-            sum.failures.append({shown(path), u"unfinished"_s, u"its run was killed"_s});
+        if (file.end <= FileEnd::Failed) {
+            sum.failures.append(file);
         } else if (file.end >= FileEnd::Kept) {
             countDone(sum, file);
-            if (sum.slowest.size() == kMaxSlowest && file.ms < sum.slowest.last().ms)
-                continue;
-            const Findings::Slow slow{shown(path), file.ms, file.before};
-            sum.slowest.insert(std::upper_bound(sum.slowest.begin(), sum.slowest.end(), slow, isSlower),
-                               slow);
-            if (sum.slowest.size() > kMaxSlowest)
-                sum.slowest.removeLast();
+            sum.slowest.append(file);
         }
     }
     std::sort(sum.failures.begin(), sum.failures.end(),
               [](const auto& one, const auto& other) { return one.path < other.path; });
+    std::sort(sum.slowest.begin(), sum.slowest.end(), [](const auto& one, const auto& other) {
+        return one.ms != other.ms ? one.ms > other.ms : one.path < other.path;
+    });
+    sum.slowest.resize(std::min(sum.slowest.size(), kMaxSlowest));
     return sum;
 }

@@ -21,19 +21,6 @@ public:
     Findings findings() const;
 
 private:
-    struct Record
-    {
-        qint64 before = 0;
-        qint64 after = 0;
-        qint64 ms = 0;
-        quint16 kind = 0; ///< its place in mKinds
-        FileEnd end = FileEnd::Unfinished;
-    };
-    struct Fault
-    {
-        QString kind;
-        QString text;
-    };
     struct Run
     {
         QString host;
@@ -48,15 +35,12 @@ private:
     void addEnd(const QJsonObject& object);
     void addError(const QJsonObject& object);
     void addSummary(const QJsonObject& object);
-    quint16 kindOf(const QJsonObject& object);
-    void note(const QJsonObject& object, const Record& record);
-    void countDone(Findings& sum, const Record& record) const;
+    void note(const QJsonObject& object, const Findings::File& file);
+    static void countDone(Findings& sum, const Findings::File& file);
 
-    QHash<QString, Record> mFiles; ///< by the path
-    QHash<QString, Fault> mFaults;
-    QStringList mKinds;
-    Findings mSum;           ///< what is counted by lines and runs
-    std::optional<Run> mRun; ///< the one whose lines come now
+    QHash<QString, Findings::File> mFiles; ///< by the path
+    Findings mSum;                         ///< what is counted by lines and runs
+    std::optional<Run> mRun;               ///< the one whose lines come now
     QDateTime mFirst;
     QDateTime mLast;
 };
