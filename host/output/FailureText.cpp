@@ -1,11 +1,10 @@
-#include "host/output/FailureText.h"
-
 #include <QCoreApplication>
 
 #include "compressor/FinishCode.h"
 #include "host/job/Format.h"
 #include "host/media/SuffixHint.h"
 #include "host/output/Figures.h"
+#include "host/output/ResultText.h"
 #include "host/system/NativePath.h"
 #include "host/system/PathText.h"
 

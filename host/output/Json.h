@@ -3,8 +3,8 @@
 #include <QJsonObject>
 #include <QString>
 
-/// The words of what programs read, each of which stands here alone: the writers and the report's reader take them
-/// from here. A word stays what it is, since scripts compare it.
+/// The words of what programs read that have more than one user: the writers and the report's reader take them from
+/// here. A word stays what it is, since scripts compare it.
 namespace Json {
 
 using Word = QLatin1StringView;
@@ -21,30 +21,18 @@ inline constexpr Word kError("error");
 inline constexpr Word kSummary("summary");
 
 // Of a run or a sum of runs.
-inline constexpr Word kVersion("version");
 inline constexpr Word kHost("host");
 inline constexpr Word kBegan("began");
 inline constexpr Word kCores("cores");
-inline constexpr Word kShard("shard");
 inline constexpr Word kFiles("files");
-inline constexpr Word kIgnored("ignored");
-inline constexpr Word kStatus("status");
-inline constexpr Word kSignal("signal");
 
 // Of a job.
-inline constexpr Word kJob("job");
 inline constexpr Word kPath("path");
 inline constexpr Word kOutput("output");
-inline constexpr Word kShare("share");
 inline constexpr Word kOutcome("outcome");
 inline constexpr Word kRuns("runs");
-inline constexpr Word kQuality("quality");
-inline constexpr Word kSsim("ssim");
-inline constexpr Word kId("id");
 inline constexpr Word kKind("kind");
 inline constexpr Word kText("text");
-inline constexpr Word kCode("code");
-inline constexpr Word kKeptAt("keptAt");
 
 inline constexpr Word kBytes("bytes");
 inline constexpr Word kBytesBefore("bytesBefore");

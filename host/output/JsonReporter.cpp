@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
-#include "host/output/FailureText.h"
 #include "host/output/Json.h"
+#include "host/output/ResultText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -22,7 +22,7 @@ static_assert(int(Outcome::Predicted) + 1 == std::size(kOutcomes));
 
 QJsonObject jobObject(Json::Word type, const JobSpec& job)
 {
-    QJsonObject object{{Json::kType, type}, {Json::kJob, job.index}};
+    QJsonObject object{{Json::kType, type}, {u"job"_s, job.index}};
     Json::addPath(object, Json::kPath, job.inputPath);
     return object;
 }
@@ -34,9 +34,9 @@ QJsonObject endObject(const JobResult& result)
         object.insert(Json::kKind, QLatin1String(failureId(result.failure.kind)));
         object.insert(Json::kText, failureText(result));
         if (result.failure.kind == FailureKind::EncoderFailed)
-            object.insert(Json::kCode, result.failure.code);
+            object.insert("code"_L1, result.failure.code);
         if (!result.keptAt.isEmpty())
-            Json::addPath(object, Json::kKeptAt, result.keptAt);
+            Json::addPath(object, "keptAt"_L1, result.keptAt);
         return object;
     }
     const bool isEstimate = result.outcome == Outcome::Estimated;
@@ -54,9 +54,9 @@ QJsonObject endObject(const JobResult& result)
         object.insert(Json::kBytesAfter, result.bytesAfter);
     object.insert(Json::kRuns, result.runs);
     if (result.quality)
-        object.insert(Json::kQuality, *result.quality);
+        object.insert("quality"_L1, *result.quality);
     if (result.ssim)
-        object.insert(Json::kSsim, *result.ssim);
+        object.insert("ssim"_L1, *result.ssim);
     return object;
 }
 
@@ -71,14 +71,14 @@ void JsonReporter::planned(qint64 files, qint64 bytes)
 {
     const int cores = QThread::idealThreadCount();
     QJsonObject object{{Json::kType, Json::kRun},
-                       {Json::kVersion, QLatin1String(VXC_VERSION)},
+                       {u"version"_s, QLatin1String(VXC_VERSION)},
                        {Json::kHost, QSysInfo::machineHostName()},
                        {Json::kBegan, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
                        {Json::kCores, mJobs > 0 ? std::min(mJobs, cores) : cores},
                        {Json::kFiles, files},
                        {Json::kBytes, bytes}};
     if (!mShard.isWhole())
-        object.insert(Json::kShard, mShard.text());
+        object.insert("shard"_L1, mShard.text());
     write(object);
 }
 
@@ -99,7 +99,7 @@ void JsonReporter::progressed(const JobSpec& job, double share)
         return;
     running.sinceTold.start();
     QJsonObject object = jobObject(Json::kProgress, job);
-    object.insert(Json::kShare, share);
+    object.insert("share"_L1, share);
     object.insert(Json::kSeconds, Json::seconds(running.sinceStart.elapsed()));
     write(object);
 }
@@ -113,7 +113,7 @@ void JsonReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
         QJsonObject object = jobObject(Json::kWarning, result.spec);
-        object.insert(Json::kId, warning.id);
+        object.insert("id"_L1, warning.id);
         object.insert(Json::kText, warning.text);
         write(object);
     }
@@ -132,18 +132,22 @@ void JsonReporter::refused(const QString& text)
 
 void JsonReporter::finished(const RunSummary& summary)
 {
-    QJsonObject object{
-        {Json::kType, Json::kSummary},           {Json::kFiles, summary.files},
-        {Json::kDelivered, summary.delivered},   {Json::kKept, summary.kept},
-        {Json::kSkipped, summary.skipped},       {Json::kFailed, summary.failed},
-        {Json::kIgnored, summary.ignored},       {Json::kBytesBefore, summary.bytesBefore},
-        {Json::kBytesAfter, summary.bytesAfter}, {Json::kSeconds, Json::seconds(summary.elapsedMs)},
-        {Json::kStatus, summary.status}};
+    QJsonObject object{{Json::kType, Json::kSummary},
+                       {Json::kFiles, summary.files},
+                       {Json::kDelivered, summary.delivered},
+                       {Json::kKept, summary.kept},
+                       {Json::kSkipped, summary.skipped},
+                       {Json::kFailed, summary.failed},
+                       {u"ignored"_s, summary.ignored},
+                       {Json::kBytesBefore, summary.bytesBefore},
+                       {Json::kBytesAfter, summary.bytesAfter},
+                       {Json::kSeconds, Json::seconds(summary.elapsedMs)},
+                       {u"status"_s, summary.status}};
     if (summary.estimate) {
         object.insert(Json::kBytesLow, summary.estimate->low);
         object.insert(Json::kBytesHigh, summary.estimate->high);
     }
     if (summary.signal)
-        object.insert(Json::kSignal, summary.signal);
+        object.insert("signal"_L1, summary.signal);
     write(object);
 }

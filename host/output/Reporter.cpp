@@ -28,13 +28,6 @@ void handle(QtMsgType type, const QMessageLogContext&, const QString& text)
         QMetaObject::invokeMethod(qApp, remark, Qt::QueuedConnection);
 }
 
-bool wantsColor(const Options& options, Platform::Channel channel)
-{
-    if (options.color != ColorMode::Auto)
-        return options.color == ColorMode::Always;
-    return Platform::hasColour(channel);
-}
-
 bool canDraw()
 {
     using Platform::Channel;
@@ -52,10 +45,9 @@ std::unique_ptr<JobEvents> makeReporter(const Options& options)
 {
     if (options.json)
         return std::make_unique<JsonReporter>(options);
-    const TextStyle style{options.quiet, wantsColor(options, Platform::Channel::Error)};
     if (canDraw() && !options.quiet)
-        return std::make_unique<TerminalReporter>(style);
-    return std::make_unique<TextReporter>(style);
+        return std::make_unique<TerminalReporter>(options);
+    return std::make_unique<TextReporter>(options);
 }
 
 ModuleLog::ModuleLog(const Options& options, JobEvents& events)

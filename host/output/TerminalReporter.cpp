@@ -25,7 +25,7 @@ constexpr char kWrap[] = "\x1b[?7h";
 
 } // namespace
 
-TerminalReporter::TerminalReporter(TextStyle style) : TextReporter(style)
+TerminalReporter::TerminalReporter(const Options& options) : TextReporter(options)
 {
     mClock.start();
     mTimer.setInterval(kPaceMs);
@@ -34,7 +34,7 @@ TerminalReporter::TerminalReporter(TextStyle style) : TextReporter(style)
 
 TerminalReporter::~TerminalReporter()
 {
-    flush();
+    draw();
 }
 
 void TerminalReporter::planned(qint64 files, qint64 bytes)
@@ -56,7 +56,7 @@ void TerminalReporter::settled(const JobResult& result)
 void TerminalReporter::refused(const QString& text)
 {
     TextReporter::refused(text);
-    flush();
+    draw();
 }
 
 void TerminalReporter::finished(const RunSummary& summary)
@@ -64,7 +64,7 @@ void TerminalReporter::finished(const RunSummary& summary)
     mTimer.stop();
     mRunning.clear();
     TextReporter::finished(summary);
-    flush();
+    draw();
 }
 
 void TerminalReporter::print(Platform::Channel channel, const QString& line)
@@ -75,51 +75,40 @@ void TerminalReporter::print(Platform::Channel channel, const QString& line)
         mChannels.write(channel, mPending.back().second);
         mPending.pop_back();
     } else if (!mTimer.isActive()) {
-        flush();
+        draw();
     }
 }
 
-// Takes the block away and writes what has waited.
-void TerminalReporter::flush()
-{
-    if (mIsDrawn)
-        mChannels.write(Platform::Channel::Error, erasure());
-    for (const auto& [channel, line] : std::exchange(mPending, {}))
-        mChannels.write(channel, line);
-}
-
-void TerminalReporter::redraw()
+void TerminalReporter::draw(const QStringList& lines)
 {
     using Platform::Channel;
-    // In the background the terminal is somebody else's.
-    const bool isOurs = Platform::isInForeground(Channel::Error);
-    const bool isSeen = isOurs && mClock.elapsed() >= kFirstDrawMs;
-    mIsDrawn = mIsDrawn && isOurs;
-    const Platform::TerminalSize size = Platform::terminalSize(Channel::Error);
-    const QStringList lines = isSeen && !mRunning.empty() ? block(size) : QStringList();
-    if (lines.isEmpty() && !mIsDrawn && mPending.empty())
-        return;
-    QString text = erasure();
+    QString text = std::exchange(mIsDrawn, !lines.isEmpty()) ? QString::fromLatin1(kErase) : QString();
+    const auto write = [this, &text] {
+        if (!text.isEmpty())
+            mChannels.write(Channel::Error, std::exchange(text, QString()));
+    };
     for (const auto& [channel, line] : std::exchange(mPending, {})) {
         if (channel == Channel::Error) {
             text += line;
             continue;
         }
-        mChannels.write(Channel::Error, std::exchange(text, QString()));
+        write();
         mChannels.write(channel, line);
     }
-    if (!lines.isEmpty()) {
+    if (!lines.isEmpty())
         text += QLatin1String(kNoWrap) + lines.join(u'\n') + QLatin1String(kWrap) + u'\r';
-        if (lines.size() > 1)
-            text += QString::fromLatin1(kUp).arg(lines.size() - 1);
-        mIsDrawn = true;
-    }
-    mChannels.write(Channel::Error, text);
+    if (lines.size() > 1)
+        text += QString::fromLatin1(kUp).arg(lines.size() - 1);
+    write();
 }
 
-QString TerminalReporter::erasure()
+void TerminalReporter::redraw()
 {
-    return std::exchange(mIsDrawn, false) ? QString::fromLatin1(kErase) : QString();
+    // In the background the terminal is somebody else's.
+    const bool isOurs = Platform::isInForeground(Platform::Channel::Error);
+    const bool isSeen = isOurs && mClock.elapsed() >= kFirstDrawMs && !mRunning.empty();
+    mIsDrawn = mIsDrawn && isOurs;
+    draw(isSeen ? block(Platform::terminalSize(Platform::Channel::Error)) : QStringList());
 }
 
 QStringList TerminalReporter::block(Platform::TerminalSize size) const

@@ -10,7 +10,7 @@
 class TerminalReporter final : public TextReporter
 {
 public:
-    explicit TerminalReporter(TextStyle style);
+    explicit TerminalReporter(const Options& options);
     ~TerminalReporter() override;
 
     void planned(qint64 files, qint64 bytes) override;
@@ -25,9 +25,8 @@ protected:
 
 private:
     void redraw();
-    void flush();
-    /// What takes the block off the terminal.
-    QString erasure();
+    /// Takes the block away, writes what has waited, and shows the new block, if any.
+    void draw(const QStringList& lines = {});
     QStringList block(Platform::TerminalSize size) const;
     QString jobLine(const Running& job, int columns) const;
     QString wholeLine(int columns) const;

@@ -1,7 +1,5 @@
 #include "host/output/TextReporter.h"
 
-#include "host/job/Format.h"
-#include "host/output/FailureText.h"
 #include "host/output/ResultText.h"
 #include "host/system/PathText.h"
 
@@ -19,6 +17,13 @@ constexpr char kNormal[] = "\x1b[0m";
 
 } // namespace
 
+TextReporter::TextReporter(const Options& options)
+    : mIsQuiet(options.quiet),
+      mHasColor(options.color == ColorMode::Auto ? Platform::hasColour(Platform::Channel::Error)
+                                                 : options.color == ColorMode::Always)
+{
+}
+
 void TextReporter::print(Platform::Channel channel, const QString& line)
 {
     mChannels.write(channel, line + u'\n');
@@ -27,7 +32,7 @@ void TextReporter::print(Platform::Channel channel, const QString& line)
 void TextReporter::say(const QString& text, const char* color)
 {
     QString name = u"vxcompress:"_s;
-    if (mStyle.hasColor && color)
+    if (mHasColor && color)
         name = QLatin1String(color) + name + QLatin1String(kNormal);
     print(Platform::Channel::Error, name + u' ' + text);
 }
@@ -56,7 +61,7 @@ void TextReporter::progressed(const JobSpec& job, double share)
 {
     Running& running = mRunning.at(job.index);
     running.share = share;
-    if (running.isVideo && !mStyle.isQuiet)
+    if (running.isVideo && !mIsQuiet)
         showProgress(running);
 }
 
@@ -76,7 +81,7 @@ void TextReporter::settled(const JobResult& result)
 void TextReporter::ended(const JobResult& result)
 {
     for (const Warning& warning : result.warnings) {
-        if (!mStyle.isQuiet)
+        if (!mIsQuiet)
             say(u"%1: %2"_s.arg(shown(result.spec.inputPath), warning.text), kYellow);
     }
     if (result.isInterrupted())
@@ -87,7 +92,7 @@ void TextReporter::ended(const JobResult& result)
         ++mFailureCount;
         if (mFailures.size() < kMaxFailures)
             mFailures.append(text);
-    } else if (!mStyle.isQuiet) {
+    } else if (!mIsQuiet) {
         sayResult(result);
     }
 }
@@ -105,7 +110,7 @@ void TextReporter::sayResult(const JobResult& result)
 
 void TextReporter::stopping(int runningJobs)
 {
-    if (runningJobs > 0 && !mStyle.isQuiet)
+    if (runningJobs > 0 && !mIsQuiet)
         say(u"interrupted: stopping the running jobs (interrupt again to stop at once)"_s);
 }
 
@@ -121,7 +126,7 @@ void TextReporter::refused(const QString& text)
 
 void TextReporter::finished(const RunSummary& summary)
 {
-    if (mStyle.isQuiet || summary.files == 1)
+    if (mIsQuiet || summary.files == 1)
         return;
     if (mHasTable && summary.estimate)
         print(Platform::Channel::Output, estimateRow(summary.bytesBefore, *summary.estimate, u"in all"_s));

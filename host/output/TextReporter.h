@@ -6,21 +6,16 @@
 #include <map>
 
 #include "host/job/JobEvents.h"
+#include "host/job/Options.h"
 #include "host/output/Figures.h"
 #include "host/output/OutputChannels.h"
-
-struct TextStyle
-{
-    bool isQuiet = false;
-    bool hasColor = false;
-};
 
 /// Plain lines: results on standard output, all else on standard error after "vxcompress: ". A video that
 /// takes long shows a line with its progress now and then.
 class TextReporter : public JobEvents
 {
 public:
-    explicit TextReporter(TextStyle style) : mStyle(style) {}
+    explicit TextReporter(const Options& options);
 
     void planned(qint64 files, qint64 bytes) override;
     void started(const JobSpec& job) override;
@@ -61,7 +56,8 @@ private:
     void say(const QString& text, const char* color = nullptr);
     void sayResult(const JobResult& result);
 
-    TextStyle mStyle;
+    const bool mIsQuiet;
+    const bool mHasColor;
     QStringList mFailures; ///< the first ones, for the summary
     qint64 mFailureCount = 0;
     bool mHasTable = false;
