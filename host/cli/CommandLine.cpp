@@ -268,7 +268,8 @@ CommandLine::CommandLine()
     declareDoctor();
     // Subcommands would inherit it.
     mProgram->footer(u"\nThe suffix of OUTPUT chooses the encoder: %1;\n%2.\n"_s
-                         .arg(Formats::imageSuffixes().join(", "_L1), Formats::videoSuffixes().join(", "_L1))
+                         .arg(Formats::suffixes(MediaKind::Image).join(", "_L1),
+                              Formats::suffixes(MediaKind::Video).join(", "_L1))
                          .toStdString() +
                      kExamples);
 }
@@ -292,7 +293,7 @@ void CommandLine::declareJobs()
 {
     CLI::App& program = *mProgram;
     const auto group = [&program](const char* name) { program.option_defaults()->group(name); };
-    const QStringList suffixes = Formats::imageSuffixes() + Formats::videoSuffixes();
+    const QStringList suffixes = Formats::suffixes(MediaKind::Image) + Formats::suffixes(MediaKind::Video);
     QStringList qualities;
     for (const Format& format : Formats::all())
         qualities.append(u"%1 %2"_s.arg(QLatin1String(format.name)).arg(format.quality.fallback));

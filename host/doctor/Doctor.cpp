@@ -30,28 +30,25 @@ constexpr const char* kStates[] = {"ok", "BAD", "note", "?", ""};
 
 Finding moduleFinding()
 {
-    CompressorLibrary library;
+    const CompressorLibrary library = CompressorLibrary::load();
     QString path, version, ffmpeg;
-    const bool isLoaded = library.load();
+    const bool isLoaded = library.compressor != nullptr;
     if (isLoaded) {
-        path = QFileInfo(library.path()).canonicalFilePath();
+        path = QFileInfo(library.path).canonicalFilePath();
         static const QRegularExpression kVersion(u"\\.so\\.([\\d.]+)$"_s);
         version = kVersion.match(path).captured(1);
         // The one name that is in every release of FFmpeg and says which it is.
         using VersionInfo = const char* (*)();
         const auto info =
-            reinterpret_cast<VersionInfo>(Platform::functionIn(library.path(), "av_version_info"));
+            reinterpret_cast<VersionInfo>(Platform::functionIn(library.path, "av_version_info"));
         ffmpeg = QString::fromUtf8(info ? info() : "");
     }
     return {u"module"_s,
             isLoaded ? Finding::Ok : Finding::Bad,
             isLoaded ? QStringList{version.isEmpty() ? path : version + ", "_L1 + path,
                                    ffmpeg.isEmpty() ? u"of an unknown FFmpeg"_s : "with FFmpeg "_L1 + ffmpeg}
-                     : QStringList{library.errorString(), u"install vxcompress again, or build it"_s},
-            {{u"path"_s, path},
-             {u"version"_s, version},
-             {u"ffmpeg"_s, ffmpeg},
-             {u"error"_s, library.errorString()}}};
+                     : QStringList{library.error, u"install vxcompress again, or build it"_s},
+            {{u"path"_s, path}, {u"version"_s, version}, {u"ffmpeg"_s, ffmpeg}, {u"error"_s, library.error}}};
 }
 
 // `folder`: what could be made in the temporary place.

@@ -108,18 +108,6 @@ bool isAmong(const QString& suffix, std::span<const char* const> names)
     return false;
 }
 
-QStringList suffixesOf(bool videos)
-{
-    QStringList suffixes;
-    for (const Format& format : kFormats) {
-        for (const char* suffix : format.suffixes) {
-            if (format.isVideo() == videos)
-                suffixes.append(QLatin1String(suffix));
-        }
-    }
-    return suffixes;
-}
-
 } // namespace
 
 std::span<const Format> all()
@@ -141,28 +129,25 @@ const Format* ofSuffix(const QString& suffix, bool anyContainer)
     return anyContainer && !suffix.isEmpty() && !isAmong(suffix, kNeverContainers) ? kVideo : nullptr;
 }
 
-const QStringList& imageSuffixes()
+QStringList suffixes(MediaKind kind)
 {
-    static const QStringList kSuffixes = suffixesOf(false);
-    return kSuffixes;
+    QStringList suffixes;
+    for (const Format& format : kFormats) {
+        for (const char* suffix : format.suffixes) {
+            if (format.isVideo() == (kind == MediaKind::Video))
+                suffixes.append(QLatin1String(suffix));
+        }
+    }
+    return suffixes;
 }
 
-const QStringList& videoSuffixes()
+MediaKind kindOfName(const QString& suffix)
 {
-    static const QStringList kSuffixes = suffixesOf(true);
-    return kSuffixes;
-}
-
-bool isImageName(const QString& suffix)
-{
-    const Format* const format = ofSuffix(suffix);
-    return (format && !format->isVideo()) || isAmong(suffix, kOtherImages);
-}
-
-bool isVideoName(const QString& suffix)
-{
-    const Format* const format = ofSuffix(suffix);
-    return (format && format->isVideo()) || isAmong(suffix, kOtherVideos);
+    if (const Format* const format = ofSuffix(suffix))
+        return format->isVideo() ? MediaKind::Video : MediaKind::Image;
+    if (isAmong(suffix, kOtherImages))
+        return MediaKind::Image;
+    return isAmong(suffix, kOtherVideos) ? MediaKind::Video : MediaKind::Unknown;
 }
 
 bool looksLike(const Format& format, const QString& path)

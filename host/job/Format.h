@@ -73,14 +73,12 @@ std::span<const Encoder* const> encoders();
 /// it. `anyContainer`: a suffix that no table knows is taken for a video container.
 const Format* ofSuffix(const QString& suffix, bool anyContainer = false);
 
-/// The suffixes that outputs can have, in the order in which they are told to people.
-const QStringList& imageSuffixes();
-const QStringList& videoSuffixes();
+/// The suffixes that images or videos can have as outputs, in the order in which they are told to people.
+QStringList suffixes(MediaKind kind);
 
-/// Whether an input's suffix speaks for an image or a video, also of a kind that is only read. Walked folders
-/// give such files; what a file really is, its content says.
-bool isImageName(const QString& suffix);
-bool isVideoName(const QString& suffix);
+/// What an input's suffix speaks for, also of a kind that is only read: an image, a video, or neither. Walked
+/// folders give such files; what a file really is, its content says.
+MediaKind kindOfName(const QString& suffix);
 
 /// Whether the file begins as one of this format does. True for every video, whose containers are many, and
 /// for what cannot be read.

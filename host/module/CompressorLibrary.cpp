@@ -34,26 +34,29 @@ QString fileIn(const QString& folder)
 
 } // namespace
 
-ICompressor* CompressorLibrary::load()
+CompressorLibrary CompressorLibrary::load()
 {
+    CompressorLibrary loaded;
     QStringList places;
     for (const char* folder : kFolders) {
         places.append(QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + QLatin1String(folder)));
-        mPath = fileIn(places.constLast());
-        if (mPath.isEmpty())
+        loaded.path = fileIn(places.constLast());
+        if (loaded.path.isEmpty())
             continue;
-        QLibrary library(mPath);
+        QLibrary library(loaded.path);
         const auto entry = reinterpret_cast<CompressorEntryFunction>(library.resolve("CompressorEntry"));
-        if (entry)
-            return entry();
-        mError = library.errorString();
+        if (entry) {
+            loaded.compressor = entry();
+            return loaded;
+        }
+        loaded.error = library.errorString();
 #ifdef Q_OS_WIN
         // Windows names the library that it was asked for, also where another is the missing one.
-        mError += u" (is a library missing that it needs, such as avformat?)"_s;
+        loaded.error += u" (is a library missing that it needs, such as avformat?)"_s;
 #endif
-        return nullptr;
+        return loaded;
     }
     places.removeDuplicates();
-    mError = u"there is no %1 in %2"_s.arg(QLatin1String(VXC_LIBRARY_FILE), places.join(" or "_L1));
-    return nullptr;
+    loaded.error = u"there is no %1 in %2"_s.arg(QLatin1String(VXC_LIBRARY_FILE), places.join(" or "_L1));
+    return loaded;
 }

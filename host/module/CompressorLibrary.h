@@ -5,17 +5,11 @@
 #include "compressor/ICompressor.h"
 
 /// The module, loaded at run time from beside the host, and never unloaded: its tasks run its code.
-class CompressorLibrary
+struct CompressorLibrary
 {
-public:
-    /// Null when the library cannot be loaded; errorString() says why.
-    ICompressor* load();
+    ICompressor* compressor = nullptr; ///< null when the library cannot be loaded
+    QString error = {};                ///< and then why
+    QString path = {};                 ///< the file that was loaded, or would have been
 
-    QString errorString() const { return mError; }
-    /// The file that was loaded, or would have been.
-    const QString& path() const { return mPath; }
-
-private:
-    QString mPath;
-    QString mError;
+    static CompressorLibrary load();
 };

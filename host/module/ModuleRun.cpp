@@ -32,14 +32,14 @@ public:
     {
         if (mIsStopped)
             return emit ended({FailureKind::Interrupted});
-        ICompressor* const compressor = mThread.compressor();
-        if (!compressor)
-            return emit ended({FailureKind::LibraryMissing, mThread.errorString()});
-        mTask = compressor->createTask({{u"inputPath"_s, request.inputPath},
-                                        {u"outputPath"_s, request.outputPath},
-                                        {u"quality"_s, request.quality},
-                                        {u"isPercentage"_s, request.isPercentage},
-                                        {u"scale"_s, request.scale}});
+        const CompressorLibrary& library = mThread.library();
+        if (!library.compressor)
+            return emit ended({FailureKind::LibraryMissing, library.error});
+        mTask = library.compressor->createTask({{u"inputPath"_s, request.inputPath},
+                                                {u"outputPath"_s, request.outputPath},
+                                                {u"quality"_s, request.quality},
+                                                {u"isPercentage"_s, request.isPercentage},
+                                                {u"scale"_s, request.scale}});
         // The library exports no meta-object, so by name. Progress may come from a thread of the module's.
         connect(mTask.data(), SIGNAL(compressProcess(float)), this, SIGNAL(progressed(float)));
         connect(mTask.data(), SIGNAL(compressFinished(int, QString)), this, SLOT(onFinished(int, QString)));

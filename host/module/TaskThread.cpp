@@ -1,6 +1,5 @@
 #include "host/module/TaskThread.h"
 
-#include "host/module/CompressorLibrary.h"
 #include "host/system/Platform.h"
 
 TaskThread::TaskThread(int nice) : mNice(nice)
@@ -18,8 +17,6 @@ void TaskThread::run()
 {
     if (mNice > 0)
         Platform::lowerPriority(mNice);
-    CompressorLibrary library;
-    mCompressor = library.load();
-    mError = library.errorString();
+    mLibrary = CompressorLibrary::load();
     exec();
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <QString>
 #include <QThread>
 
-#include "compressor/ICompressor.h"
+#include "host/module/CompressorLibrary.h"
 
 /// The thread that the module and all its tasks live in: a video's start may look into its source for seconds,
 /// and the ends of encoders are judged and delivered here, while the main thread shows, plans and renames.
@@ -15,15 +14,13 @@ public:
     /// Waits until the last task is gone.
     ~TaskThread() override;
 
-    /// Only to be called in the thread: the module, or null, and then why.
-    ICompressor* compressor() const { return mCompressor; }
-    const QString& errorString() const { return mError; }
+    /// Only to be called in the thread.
+    const CompressorLibrary& library() const { return mLibrary; }
 
 protected:
     void run() override;
 
 private:
     const int mNice;
-    ICompressor* mCompressor = nullptr;
-    QString mError;
+    CompressorLibrary mLibrary;
 };

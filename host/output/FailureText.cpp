@@ -116,11 +116,12 @@ QString codeText(const JobResult& result)
 
 QString outputKinds(const QString& suffix)
 {
-    const QString list =
-        u"%1; %2"_s.arg(Formats::imageSuffixes().join(", "_L1), Formats::videoSuffixes().join(", "_L1));
+    const QStringList images = Formats::suffixes(MediaKind::Image);
+    const QStringList videos = Formats::suffixes(MediaKind::Video);
+    const QString list = u"%1; %2"_s.arg(images.join(", "_L1), videos.join(", "_L1));
     if (suffix.isEmpty())
         return u"the output's name needs a suffix, one of %1"_s.arg(list);
-    const QString meant = suggestSuffix(suffix, Formats::imageSuffixes() + Formats::videoSuffixes());
+    const QString meant = suggestSuffix(suffix, images + videos);
     return u"a .%1 cannot be written%2; the output's suffix is one of %3"_s.arg(
         shown(suffix), meant.isEmpty() ? QString() : u" (did you mean .%1?)"_s.arg(meant), list);
 }

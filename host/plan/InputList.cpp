@@ -18,8 +18,7 @@ namespace {
 
 bool isMediaName(const QString& name)
 {
-    const QString suffix = NativePath::suffix(name);
-    return Formats::isImageName(suffix) || Formats::isVideoName(suffix);
+    return Formats::kindOfName(NativePath::suffix(name)) != MediaKind::Unknown;
 }
 
 // ".." would lead out of the output folder, an absolute name has no place below it.
@@ -41,57 +40,60 @@ QString nameOf(const QByteArray& bytes)
 
 } // namespace
 
-InputList::InputList(PrivateFolder& folder) : mFile(folder.newPath(u"list"_s)) {}
+InputList::InputList(const Options& options, PrivateFolder& folder)
+    : mOptions(options), mFile(folder.newPath(u"list"_s))
+{
+}
 
-QString InputList::collect(const Options& options)
+QString InputList::collect()
 {
     if (!mFile.open(QIODevice::ReadWrite | QIODevice::Truncate))
         return u"cannot write %1: %2"_s.arg(mFile.fileName(), mFile.errorString());
     QString error;
-    for (const QString& path : options.inputs) {
+    for (const QString& path : mOptions.inputs) {
         if (error.isEmpty())
-            error = collectNamed(path, options, false);
+            error = collectNamed(path, false);
     }
-    if (error.isEmpty() && !options.filesFrom.isEmpty())
-        error = collectList(options);
-    mIsMany = mIsMany || options.inputs.size() > 1 || !options.filesFrom.isEmpty();
+    if (error.isEmpty() && !mOptions.filesFrom.isEmpty())
+        error = collectList();
+    mIsMany = mIsMany || mOptions.inputs.size() > 1 || !mOptions.filesFrom.isEmpty();
     if (error.isEmpty() && (!mFile.flush() || mFile.error() != QFileDevice::NoError))
         error = u"cannot write %1: %2"_s.arg(mFile.fileName(), mFile.errorString());
     rewind();
     return error;
 }
 
-QString InputList::collectNamed(const QString& path, const Options& options, bool isFromList)
+QString InputList::collectNamed(const QString& path, bool isFromList)
 {
-    if (options.recursive) {
+    if (mOptions.recursive) {
         const auto facts = Platform::factsOf(path);
         if (facts && facts->kind == Platform::FileFacts::Folder) {
             mIsMany = true;
-            return walk(path, isFromList ? relativeOf(path) : QString(), options);
+            return walk(path, isFromList ? relativeOf(path) : QString());
         }
     }
     const QString relative = isFromList ? relativeOf(path) : NativePath::fileName(path);
     // By what the output's place is made of: where two outputs would be one, one run has both.
-    add(path, relative, options.output.isEmpty() ? QDir::cleanPath(path) : relative, options);
+    add(path, relative, mOptions.output.isEmpty() ? QDir::cleanPath(path) : relative);
     return {};
 }
 
-QString InputList::collectList(const Options& options)
+QString InputList::collectList()
 {
     QFile list;
     QString reason;
     bool isOpen = false;
-    if (options.filesFrom == u'-') {
+    if (mOptions.filesFrom == u'-') {
         isOpen = list.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered);
     } else {
-        const int file = Platform::openForReading(options.filesFrom, reason);
+        const int file = Platform::openForReading(mOptions.filesFrom, reason);
         isOpen = file >= 0 && list.open(file, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     }
     if (!isOpen) {
-        return u"cannot read %1: %2"_s.arg(shown(options.filesFrom),
+        return u"cannot read %1: %2"_s.arg(shown(mOptions.filesFrom),
                                            reason.isEmpty() ? list.errorString() : reason);
     }
-    const char end = options.nullSeparated ? '\0' : '\n';
+    const char end = mOptions.nullSeparated ? '\0' : '\n';
     QByteArray pending;
     QString error;
     while (error.isEmpty() && Platform::waitForInput(list.handle())) {
@@ -101,19 +103,19 @@ QString InputList::collectList(const Options& options)
         qsizetype begun = 0;
         for (qsizetype at; error.isEmpty() && (at = pending.indexOf(end, begun)) >= 0; begun = at + 1) {
             if (at > begun)
-                error = collectNamed(nameOf(pending.mid(begun, at - begun)), options, true);
+                error = collectNamed(nameOf(pending.mid(begun, at - begun)), true);
         }
         pending.remove(0, begun);
         if (block.isEmpty())
             break;
     }
     if (error.isEmpty() && !pending.isEmpty())
-        error = collectNamed(nameOf(pending), options, true);
+        error = collectNamed(nameOf(pending), true);
     return error;
 }
 
 // Links are not followed: they would lead out of the tree, and in place change what lies elsewhere.
-QString InputList::walk(const QString& folder, const QString& relative, const Options& options)
+QString InputList::walk(const QString& folder, const QString& relative)
 {
     QStringList files;
     QStringList folders;
@@ -132,11 +134,11 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
     std::sort(folders.begin(), folders.end());
     for (const QString& name : std::as_const(files)) {
         // What an earlier run made beside its inputs is no input.
-        const bool isOutput = !options.suffix.isEmpty() && options.output.isEmpty() &&
-                              NativePath::baseName(name).endsWith(options.suffix);
+        const bool isOutput = !mOptions.suffix.isEmpty() && mOptions.output.isEmpty() &&
+                              NativePath::baseName(name).endsWith(mOptions.suffix);
         const QString below = NativePath::join(relative, name);
         if (isMediaName(name) && !isOutput)
-            add(NativePath::join(folder, name), below, below, options);
+            add(NativePath::join(folder, name), below, below);
         else
             ++mIgnored;
     }
@@ -146,16 +148,16 @@ QString InputList::walk(const QString& folder, const QString& relative, const Op
             break;
         if (name.startsWith(QLatin1String(PrivateFolder::kBesideOutput)))
             continue;
-        QString reason = walk(NativePath::join(folder, name), NativePath::join(relative, name), options);
+        QString reason = walk(NativePath::join(folder, name), NativePath::join(relative, name));
         if (!reason.isEmpty())
             return reason;
     }
     return {};
 }
 
-void InputList::add(const QString& path, const QString& relative, const QString& name, const Options& options)
+void InputList::add(const QString& path, const QString& relative, const QString& name)
 {
-    if (!options.shard.holds(name))
+    if (!mOptions.shard.holds(name))
         return;
     QDataStream stream(&mFile);
     stream << path << relative;

@@ -12,8 +12,8 @@
 struct Input
 {
     QString path;
-    QString
-        relative; ///< where it lies below the folder, or the list's folder, that it came by; else its name
+    /// Where it lies below the folder, or the list's folder, that it came by; else its name.
+    QString relative;
 };
 
 /// All inputs of a command line: files, walked folders, lists. They are found once and kept in a file of the
@@ -22,10 +22,11 @@ struct Input
 class InputList
 {
 public:
-    explicit InputList(PrivateFolder& folder);
+    /// `folder` keeps the list. Both outlive it.
+    InputList(const Options& options, PrivateFolder& folder);
 
     /// Returns what is wrong with a list or a folder as a whole, or an empty text.
-    QString collect(const Options& options);
+    QString collect();
 
     /// From the beginning, one after the other.
     void rewind();
@@ -39,11 +40,12 @@ public:
     bool isMany() const { return mIsMany; }
 
 private:
-    QString collectNamed(const QString& path, const Options& options, bool isFromList);
-    QString collectList(const Options& options);
-    QString walk(const QString& folder, const QString& relative, const Options& options);
-    void add(const QString& path, const QString& relative, const QString& name, const Options& options);
+    QString collectNamed(const QString& path, bool isFromList);
+    QString collectList();
+    QString walk(const QString& folder, const QString& relative);
+    void add(const QString& path, const QString& relative, const QString& name);
 
+    const Options& mOptions;
     QFile mFile;
     qint64 mCount = 0;
     qint64 mIgnored = 0;

@@ -16,8 +16,7 @@ QString outputSuffix(const Options& options, const QString& inputPath)
     QString own = NativePath::suffix(inputPath);
     for (const QString& requested : options.formats) {
         const Format* const format = Formats::ofSuffix(requested, options.anyContainer);
-        const bool isOther = format->isVideo() ? Formats::isImageName(own) : Formats::isVideoName(own);
-        if (!isOther)
+        if (Formats::kindOfName(own) != (format->isVideo() ? MediaKind::Image : MediaKind::Video))
             return requested;
     }
     return own;
@@ -51,11 +50,11 @@ QString numberMisfit(const Options& options, const Format& format)
 
 } // namespace
 
-Plan::Plan(const Options& options, PrivateFolder& folder) : mOptions(options), mInputs(folder) {}
+Plan::Plan(const Options& options, PrivateFolder& folder) : mOptions(options), mInputs(options, folder) {}
 
 QStringList Plan::make()
 {
-    QString error = mInputs.collect(mOptions);
+    QString error = mInputs.collect();
     if (!error.isEmpty())
         return {error};
     const auto output = mOptions.output.isEmpty() ? std::nullopt : Platform::factsOf(mOptions.output);

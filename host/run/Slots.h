@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <algorithm>
 
 /// How many jobs may run side by side. An image's encoder keeps one core busy, and among images alone there
 /// is one job more than cores, since one or another always waits for the disk with its result. A video's
@@ -10,7 +10,11 @@ class Slots
 {
 public:
     /// `requested`: so many jobs of any kind, or 0 for as many as the cores have room for.
-    Slots(int cores, int requested);
+    Slots(int cores, int requested)
+        : mCapacity(requested > 0 ? requested : std::max(cores, 1)), mSpare(requested > 0 ? 0 : 1),
+          mVideoWeight(requested > 0 ? 1 : (mCapacity + 2) / 3)
+    {
+    }
 
     bool hasRoomFor(bool isVideo) const
     {
@@ -19,7 +23,7 @@ public:
     }
     /// Whether an image may start before a video that waits for room: only in what videos can never use, so
     /// that the video's turn comes.
-    bool mayOvertake() const;
+    bool mayOvertake() const { return hasRoomFor(false) && mImages < mCapacity % mVideoWeight; }
     void take(bool isVideo) { count(isVideo, 1); }
     void free(bool isVideo) { count(isVideo, -1); }
 
