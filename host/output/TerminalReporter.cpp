@@ -136,7 +136,7 @@ QString TerminalReporter::jobLine(const Running& job, int columns) const
     const int left = columns - columnsOf(text) - 2;
     if (left < 1)
         return cutTo(text, columns);
-    return text + "  "_L1 + cutFrontTo(job.name, left);
+    return text + "  "_L1 + cutTo(job.name, left, Keep::End);
 }
 
 QString TerminalReporter::wholeLine(int columns) const

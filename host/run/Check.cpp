@@ -9,7 +9,7 @@
 #include "host/media/Losses.h"
 #include "host/media/VideoMetadata.h"
 #include "host/run/Background.h"
-#include "host/system/FileCompare.h"
+#include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -25,7 +25,7 @@ struct ImageCheck
 ImageCheck lookAt(const QString& source, const QString& result, bool copiesMetadata)
 {
     ImageCheck check;
-    check.isSource = haveSameContent(source, result);
+    check.isSource = Platform::haveSameContent(source, result);
     if (check.isSource)
         return check;
     check.facts = inspectMedia(result);

@@ -67,7 +67,7 @@ Failure JobFiles::setSourceSuffix(const QString& suffix)
 QString JobFiles::linkTo(const QString& path, const QString& suffix)
 {
     QString link = mFolder.newPath(suffix);
-    if (!Platform::makeLink(path, link, suffix.isEmpty()).isEmpty())
+    if (!Platform::makeLink(path, link, suffix.isEmpty()))
         return {};
     mLinks.append(link);
     return link;

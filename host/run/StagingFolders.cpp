@@ -52,8 +52,7 @@ Failure StagingFolders::make(const QString& folder, const QString& model)
         return {FailureKind::NoOutputFolder, reason};
     if (Failure failure = make(above, NativePath::folder(model)))
         return failure;
-    bool isNew = false;
-    reason = Platform::makeFolder(folder, kFolderMode, isNew);
+    const bool isNew = Platform::makeFolder(folder, kFolderMode, reason);
     if (!reason.isEmpty())
         return {FailureKind::NoOutputFolder, reason};
     if (!isNew)

@@ -8,7 +8,7 @@
 
 #include "host/search/MetricSearch.h"
 #include "host/search/SizeSearch.h"
-#include "host/system/FileCompare.h"
+#include "host/system/PlatformFiles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -108,7 +108,8 @@ void GoalSearch::onEncoded(const Failure& failure)
         return end({FailureKind::Interrupted});
     Trial trial{mSetting};
     if (!failure) {
-        const bool isCopy = !mTarget.format->isVideo() && haveSameContent(mNewestPath, mTarget.inputPath);
+        const bool isCopy =
+            !mTarget.format->isVideo() && Platform::haveSameContent(mNewestPath, mTarget.inputPath);
         if (!isCopy || mTarget.copyCounts)
             trial.bytes = QFileInfo(mNewestPath).size();
         if (isCopy)

@@ -3,6 +3,12 @@
 #include <QDir>
 #include <QStringDecoder>
 
+#include <optional>
+
+#ifdef Q_OS_WIN
+#include "process/Files.h"
+#endif
+
 using namespace Qt::StringLiterals;
 
 namespace NativePath {
@@ -26,54 +32,50 @@ bool isLoneEscape(const QString& text, qsizetype at)
 
 #ifdef Q_OS_WIN
 
-namespace {
-
-// The longest path that every call takes as it is, with the names in it when it is a folder.
-constexpr qsizetype kPlainLength = 200;
-
-} // namespace
-
 QString fromNative(const std::filesystem::path& path)
 {
-    QString text = QDir::fromNativeSeparators(QString::fromStdWString(path.native()));
-    if (text.startsWith("//?/"_L1))
-        text.remove(0, 4);
-    return text;
+    const QString text = QDir::fromNativeSeparators(QString::fromStdWString(path.native()));
+    if (text.startsWith("//?/UNC/"_L1))
+        return u"//"_s + text.mid(8);
+    return text.startsWith("//?/"_L1) ? text.mid(4) : text;
 }
 
 std::filesystem::path toNative(const QString& text)
 {
-    const QString path = QDir::toNativeSeparators(text);
-    if (path.size() < kPlainLength || path.startsWith("\\\\"_L1))
-        return path.toStdWString();
-    return (u"\\\\?\\"_s + QDir::toNativeSeparators(absolute(text))).toStdWString();
+    // The longest path that every call takes as it is, with the names in it when it is a folder.
+    constexpr qsizetype kPlainLength = 200;
+    if (text.size() < kPlainLength)
+        return QDir::toNativeSeparators(text).toStdWString();
+    return Files::native(text);
 }
 
 #else
 
+namespace {
+
+// Nothing when it is no UTF-8.
+std::optional<QString> decoded(const QByteArray& bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder(bytes);
+    return decoder.hasError() ? std::nullopt : std::optional(std::move(text));
+}
+
+} // namespace
+
 QString fromBytes(const QByteArray& bytes)
 {
-    QStringDecoder whole(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = whole(bytes);
-    if (!whole.hasError())
-        return text;
-    text.clear();
+    if (const auto whole = decoded(bytes))
+        return *whole;
+    QString text;
     for (qsizetype at = 0; at < bytes.size();) {
-        // The longest piece of one letter that decodes; a byte that begins none stands for itself.
         qsizetype length = 1;
-        for (; length <= 4 && at + length <= bytes.size(); ++length) {
-            QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-            const QString letter = decoder(bytes.mid(at, length));
-            if (!decoder.hasError()) {
-                text += letter;
-                break;
-            }
-        }
-        if (length > 4 || at + length > bytes.size()) {
-            text += QChar(char16_t(kEscapeBase + static_cast<uchar>(bytes.at(at))));
-            length = 1;
-        }
-        at += length;
+        std::optional<QString> letter;
+        while (length <= 4 && !(letter = decoded(bytes.mid(at, length))))
+            ++length;
+        // A byte that begins no character stands for itself.
+        text += letter ? *letter : QChar(char16_t(kEscapeBase + static_cast<uchar>(bytes.at(at))));
+        at += letter ? length : 1;
     }
     return text;
 }

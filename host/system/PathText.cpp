@@ -76,9 +76,6 @@ QList<char32_t> lettersOf(const QString& text)
     return letters;
 }
 
-constexpr int kEllipsisColumns = 3;
-constexpr int kLeastForEllipsis = 8;
-
 } // namespace
 
 QString shown(const QString& path)
@@ -111,32 +108,17 @@ int columnsOf(const QString& text)
     return columns;
 }
 
-QString cutTo(const QString& text, int columns)
+QString cutTo(const QString& text, int columns, Keep keep)
 {
-    if (columnsOf(text) <= columns)
+    qsizetype surplus = columnsOf(text) - columns;
+    if (surplus <= 0)
         return text;
-    const bool hasEllipsis = columns >= kLeastForEllipsis;
-    int left = columns - (hasEllipsis ? kEllipsisColumns : 0);
-    QString cut;
-    for (const char32_t letter : lettersOf(text)) {
-        left -= columnsOf(letter);
-        if (left < 0)
-            break;
-        cut += QString::fromUcs4(&letter, 1);
-    }
-    return hasEllipsis ? cut + "..."_L1 : cut;
-}
-
-QString cutFrontTo(const QString& text, int columns)
-{
-    if (columnsOf(text) <= columns)
-        return text;
-    const bool hasEllipsis = columns >= kLeastForEllipsis;
-    int left = columns - (hasEllipsis ? kEllipsisColumns : 0);
-    const QList<char32_t> letters = lettersOf(text);
-    qsizetype from = letters.size();
-    while (from > 0 && left >= columnsOf(letters.at(from - 1)))
-        left -= columnsOf(letters.at(--from));
-    const QString cut = QString::fromUcs4(letters.constData() + from, letters.size() - from);
-    return hasEllipsis ? "..."_L1 + cut : cut;
+    constexpr int kLeastForEllipsis = 8;
+    const QString ellipsis = columns >= kLeastForEllipsis ? u"..."_s : QString();
+    surplus += ellipsis.size();
+    QList<char32_t> letters = lettersOf(text);
+    while (surplus > 0 && !letters.isEmpty())
+        surplus -= columnsOf(keep == Keep::End ? letters.takeFirst() : letters.takeLast());
+    const QString kept = QString::fromUcs4(letters.constData(), letters.size());
+    return keep == Keep::End ? ellipsis + kept : kept + ellipsis;
 }

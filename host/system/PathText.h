@@ -12,8 +12,10 @@ QString shellWord(const QString& word);
 /// How many columns of a terminal the text takes.
 int columnsOf(const QString& text);
 
-/// The beginning of the text that fits into so many columns; a cut shows as "...", where there is room for
-/// it.
-QString cutTo(const QString& text, int columns);
-/// The end of it, for paths.
-QString cutFrontTo(const QString& text, int columns);
+enum class Keep
+{
+    Beginning,
+    End ///< for paths
+};
+/// What of the text fits into so many columns; a cut shows as "...", where there is room for it.
+QString cutTo(const QString& text, int columns, Keep keep = Keep::Beginning);

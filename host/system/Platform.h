@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -73,11 +74,23 @@ public:
 
     /// The number of the first interrupt that came, such as SIGINT's 2, or 0. Known at once, also before the
     /// event loop turns: an encoder on the same terminal gets the same Ctrl-C, and its end may be seen first.
-    static int first();
+    static int first() { return sFirst; }
     /// How many came.
-    static int count();
+    static int count() { return sCount; }
+
+    /// Counts one; the only part of it that a signal handler may call.
+    static void record(int number)
+    {
+        int none = 0;
+        sFirst.compare_exchange_strong(none, number);
+        ++sCount;
+    }
 
 private:
+    static inline std::atomic<int> sFirst = 0;
+    static inline std::atomic<int> sCount = 0;
+    static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
+
     std::unique_ptr<QObject> mContext;
 };
 

@@ -1,5 +1,7 @@
 #include "host/system/PlatformFiles.h"
 
+#include <QFile>
+
 #include "host/system/NativePath.h"
 #include "process/Files.h"
 
@@ -32,6 +34,22 @@ bool removeTree(const QString& path)
 bool removeEmptyFolder(const QString& folder)
 {
     return !Files::removeFolder(NativePath::toNative(folder));
+}
+
+bool haveSameContent(const QString& path, const QString& other)
+{
+    constexpr qint64 kBlockBytes = 1 << 20;
+    QFile file(path);
+    QFile otherFile(other);
+    if (!file.open(QIODevice::ReadOnly) || !otherFile.open(QIODevice::ReadOnly) ||
+        file.size() != otherFile.size())
+        return false;
+    while (!file.atEnd()) {
+        const QByteArray block = file.read(kBlockBytes);
+        if (block.isEmpty() || block != otherFile.read(kBlockBytes))
+            return false;
+    }
+    return true;
 }
 
 } // namespace Platform

@@ -40,8 +40,6 @@ struct FileFacts
 /// Of the file that the path leads to, through links. Nothing when there is none; `reason` gets why.
 std::optional<FileFacts> factsOf(const QString& path, QString* reason = nullptr);
 
-/// Whether the name itself is a link (or a junction).
-bool isLink(const QString& path);
 /// Where a result for `path` comes to lie: a symbolic link stays, and what it points to is replaced.
 QString finalPath(const QString& path);
 
@@ -70,13 +68,16 @@ bool removeTree(const QString& path);
 bool removeEmptyFolder(const QString& folder);
 
 /// A new name for a file, in another folder: a symbolic link, or a hard one where the system allows no other.
-QString makeLink(const QString& target, const QString& link, bool isFolder);
+bool makeLink(const QString& target, const QString& link, bool isFolder);
 
 /// A copy with content only; shares the blocks where the file system can.
 QString copy(const QString& from, const QString& to);
+/// Whether two files have the same bytes. False when one cannot be read.
+bool haveSameContent(const QString& path, const QString& other);
 
-/// Whether `replacement` could take over owner and group of `existing`: as root, or when they are its own.
-bool canTakeOwner(const FileFacts& existing);
+/// Whose files this process makes, as FileFacts::owner tells it: 0 is root, and everyone where owners are none of
+/// its business.
+quint32 owner();
 
 /// Gives `to` the permissions of `from` and, as root, its owner. As a replacement it takes over owner or
 /// group where that is allowed, extended attributes and access lists too: what lies at a path stays itself.
@@ -84,16 +85,11 @@ bool canTakeOwner(const FileFacts& existing);
 QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement);
 QString setTimes(const QString& path, const FileFacts& facts);
 
-/// Makes a folder with this mode. No error when it is there.
-QString makeFolder(const QString& path, quint32 mode, bool& isNew);
+/// Makes a folder with this mode, and hides one for this user alone where its name does not. False when it is there
+/// or cannot be made: `reason` is empty in the former case.
+bool makeFolder(const QString& path, quint32 mode, QString& reason);
 /// The longest name in the folder that its file system takes, in bytes (Windows: letters).
 qint64 longestName(const QString& folder);
-
-/// Makes a folder for this user alone, and hides it where names do not. False when the name is taken or the
-/// folder cannot be made: `reason` is empty in the former case.
-bool makePrivateFolder(const QString& path, QString& reason);
-/// Whether the folder is this user's own and no link.
-bool isOwnFolder(const QString& path);
 
 /// When the process was started, on a scale of the system's own: it tells a process from an earlier one with
 /// the same number. 0 where that is not known; nothing when there is no such process.

@@ -25,7 +25,7 @@ constexpr int kMaxLinks = 40;
 
 QString result(int returned)
 {
-    return returned == 0 ? QString() : qt_error_string(errno);
+    return returned == 0 ? QString() : qt_error_string();
 }
 
 qint64 nanoseconds(const timespec& time)
@@ -62,7 +62,7 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     struct stat info = {};
     if (::stat(NativePath::toBytes(path).constData(), &info) != 0) {
         if (reason)
-            *reason = qt_error_string(errno);
+            *reason = qt_error_string();
         return {};
     }
     FileFacts facts;
@@ -79,12 +79,6 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     facts.modifiedNs = nanoseconds(info.st_mtim);
     facts.accessedNs = nanoseconds(info.st_atim);
     return facts;
-}
-
-bool isLink(const QString& path)
-{
-    struct stat info = {};
-    return lstat(NativePath::toBytes(path).constData(), &info) == 0 && S_ISLNK(info.st_mode);
 }
 
 QString finalPath(const QString& path)
@@ -106,7 +100,7 @@ int openForReading(const QString& path, QString& reason)
 {
     const int file = open(NativePath::toBytes(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
-        reason = qt_error_string(errno);
+        reason = qt_error_string();
     return file;
 }
 
@@ -127,14 +121,14 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     return entries;
 }
 
-QString makeLink(const QString& target, const QString& link, bool)
+bool makeLink(const QString& target, const QString& link, bool)
 {
-    return result(symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()));
+    return symlink(NativePath::toBytes(target).constData(), NativePath::toBytes(link).constData()) == 0;
 }
 
-bool canTakeOwner(const FileFacts& existing)
+quint32 owner()
 {
-    return geteuid() == 0 || existing.owner == geteuid();
+    return geteuid();
 }
 
 QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement)
@@ -162,31 +156,17 @@ QString setTimes(const QString& path, const FileFacts& facts)
     return result(utimensat(AT_FDCWD, NativePath::toBytes(path).constData(), times, 0));
 }
 
-QString makeFolder(const QString& path, quint32 mode, bool& isNew)
+bool makeFolder(const QString& path, quint32 mode, QString& reason)
 {
-    isNew = mkdir(NativePath::toBytes(path).constData(), mode) == 0;
-    return isNew || errno == EEXIST ? QString() : qt_error_string(errno);
+    const bool isNew = mkdir(NativePath::toBytes(path).constData(), mode) == 0;
+    reason = isNew || errno == EEXIST ? QString() : qt_error_string();
+    return isNew;
 }
 
 qint64 longestName(const QString& folder)
 {
     const long bytes = pathconf(NativePath::toBytes(folder).constData(), _PC_NAME_MAX);
     return bytes > 0 ? bytes : NAME_MAX;
-}
-
-bool makePrivateFolder(const QString& path, QString& reason)
-{
-    if (mkdir(NativePath::toBytes(path).constData(), S_IRWXU) == 0)
-        return true;
-    reason = errno == EEXIST ? QString() : qt_error_string(errno);
-    return false;
-}
-
-bool isOwnFolder(const QString& path)
-{
-    struct stat info = {};
-    return lstat(NativePath::toBytes(path).constData(), &info) == 0 && S_ISDIR(info.st_mode) &&
-           info.st_uid == geteuid();
 }
 
 std::optional<qint64> startOf(qint64 process)

@@ -7,6 +7,7 @@
 
 #include "host/system/NativePath.h"
 #include "host/system/PlatformFiles.h"
+#include "process/Files.h"
 
 using namespace Qt::StringLiterals;
 
@@ -25,14 +26,9 @@ std::wstring native(const QString& path)
     return NativePath::toNative(path).native();
 }
 
-QString reasonOf(DWORD error)
-{
-    return qt_error_string(int(error)).trimmed();
-}
-
 QString result(BOOL done)
 {
-    return done ? QString() : reasonOf(GetLastError());
+    return done ? QString() : qt_error_string();
 }
 
 Handle openForFacts(const QString& path, DWORD more = 0)
@@ -70,7 +66,7 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     BY_HANDLE_FILE_INFORMATION info = {};
     if (!file || !GetFileInformationByHandle(file.get(), &info)) {
         if (reason)
-            *reason = reasonOf(GetLastError());
+            *reason = qt_error_string();
         return {};
     }
     FileFacts facts;
@@ -87,17 +83,13 @@ std::optional<FileFacts> factsOf(const QString& path, QString* reason)
     return facts;
 }
 
-// Junctions too: all that leads elsewhere.
-bool isLink(const QString& path)
-{
-    const DWORD attributes = GetFileAttributesW(native(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
-}
-
 QString finalPath(const QString& path)
 {
     const QString place = NativePath::absolute(path);
-    const Handle file = isLink(place) ? openForFacts(place) : Handle();
+    const DWORD attributes = GetFileAttributesW(native(place).c_str());
+    // Junctions too: all that leads elsewhere.
+    const bool isLink = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+    const Handle file = isLink ? openForFacts(place) : Handle();
     std::array<wchar_t, 32768> name;
     const DWORD length = file ? GetFinalPathNameByHandleW(file.get(), name.data(), DWORD(name.size()), 0) : 0;
     if (length == 0 || length >= name.size())
@@ -111,7 +103,7 @@ int openForReading(const QString& path, QString& reason)
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
-        reason = reasonOf(GetLastError());
+        reason = qt_error_string();
         return -1;
     }
     return _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_RDONLY | _O_BINARY);
@@ -125,7 +117,7 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     const HANDLE search = FindFirstFileW(native(NativePath::join(folder, u"*"_s)).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) {
         if (reason)
-            *reason = reasonOf(GetLastError());
+            *reason = qt_error_string();
         return entries;
     }
     do {
@@ -139,20 +131,18 @@ std::vector<FolderEntry> entriesOf(const QString& folder, QString* reason)
     return entries;
 }
 
-QString makeLink(const QString& target, const QString& link, bool isFolder)
+bool makeLink(const QString& target, const QString& link, bool isFolder)
 {
     constexpr DWORD kUnprivileged = 2;
     const DWORD flags = kUnprivileged | (isFolder ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0);
-    if (CreateSymbolicLinkW(native(link).c_str(), native(target).c_str(), flags))
-        return {};
-    return isFolder ? reasonOf(GetLastError())
-                    : result(CreateHardLinkW(native(link).c_str(), native(target).c_str(), nullptr));
+    return CreateSymbolicLinkW(native(link).c_str(), native(target).c_str(), flags) ||
+           (!isFolder && !Files::link(native(target), native(link)));
 }
 
 // The access list goes with the place, and the owner of a new file is who made it.
-bool canTakeOwner(const FileFacts&)
+quint32 owner()
 {
-    return true;
+    return FileFacts().owner;
 }
 
 // A new file has taken over its folder's access list, and the private folder its parent's: as if it had been
@@ -180,44 +170,26 @@ QString setTimes(const QString& path, const FileFacts& facts)
         CreateFileW(native(path).c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
-        return reasonOf(GetLastError());
+        return qt_error_string();
     const Handle file(handle);
     const FILETIME accessed = timeOf(facts.accessedNs);
     const FILETIME modified = timeOf(facts.modifiedNs);
     return result(SetFileTime(handle, nullptr, &accessed, &modified));
 }
 
-QString makeFolder(const QString& path, quint32, bool& isNew)
+bool makeFolder(const QString& path, quint32 mode, QString& reason)
 {
-    isNew = CreateDirectoryW(native(path).c_str(), nullptr) != 0;
-    const DWORD error = GetLastError();
-    return isNew || error == ERROR_ALREADY_EXISTS ? QString() : reasonOf(error);
+    const bool isNew = CreateDirectoryW(native(path).c_str(), nullptr) != 0;
+    reason = isNew || GetLastError() == ERROR_ALREADY_EXISTS ? QString() : qt_error_string();
+    // A leading dot hides nothing here.
+    if (isNew && (mode & 077) == 0 && NativePath::fileName(path).startsWith(u'.'))
+        SetFileAttributesW(native(path).c_str(), FILE_ATTRIBUTE_HIDDEN);
+    return isNew;
 }
 
 qint64 longestName(const QString&)
 {
     return 255;
-}
-
-bool makePrivateFolder(const QString& path, QString& reason)
-{
-    if (!CreateDirectoryW(native(path).c_str(), nullptr)) {
-        const DWORD error = GetLastError();
-        reason = error == ERROR_ALREADY_EXISTS ? QString() : reasonOf(error);
-        return false;
-    }
-    // A leading dot hides nothing here.
-    if (NativePath::fileName(path).startsWith(u'.'))
-        SetFileAttributesW(native(path).c_str(), FILE_ATTRIBUTE_HIDDEN);
-    return true;
-}
-
-// Who made it, its name says; here it must not lead elsewhere.
-bool isOwnFolder(const QString& path)
-{
-    const DWORD attributes = GetFileAttributesW(native(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) &&
-           !(attributes & FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
 std::optional<qint64> startOf(qint64 process)

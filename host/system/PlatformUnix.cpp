@@ -3,7 +3,6 @@
 #include <QObject>
 #include <QSocketNotifier>
 
-#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
@@ -25,10 +24,6 @@ namespace Platform {
 
 namespace {
 
-std::atomic<int> firstInterrupt = 0;
-std::atomic<int> interruptCount = 0;
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
-
 int interruptSockets[2] = {-1, -1};
 
 bool wasLocaleUtf8 = false;
@@ -37,9 +32,7 @@ bool wasLocaleUtf8 = false;
 void onSignal(int number)
 {
     const int savedError = errno;
-    int none = 0;
-    firstInterrupt.compare_exchange_strong(none, number);
-    ++interruptCount;
+    Interrupts::record(number);
     const char wakeUp = 0;
     [[maybe_unused]] const ssize_t written = ::write(interruptSockets[0], &wakeUp, sizeof wakeUp);
     errno = savedError;
@@ -133,7 +126,7 @@ bool write(Channel channel, const QString& text)
 bool waitForInput(int descriptor)
 {
     pollfd either[] = {{descriptor, POLLIN, 0}, {interruptSockets[1], POLLIN, 0}};
-    while (firstInterrupt == 0) {
+    while (Interrupts::first() == 0) {
         if (poll(either, std::size(either), -1) > 0 && either[0].revents != 0)
             return true;
     }
@@ -179,16 +172,6 @@ Interrupts::Interrupts(std::function<void()> wake) : mContext(std::make_unique<Q
 // The handlers stay, and so do the sockets that they write to: an interrupt during the last cleaning is
 // recorded and changes nothing.
 Interrupts::~Interrupts() = default;
-
-int Interrupts::first()
-{
-    return firstInterrupt;
-}
-
-int Interrupts::count()
-{
-    return interruptCount;
-}
 
 QFunctionPointer functionIn(const QString& path, const char* name)
 {

@@ -3,7 +3,6 @@
 #include <QObject>
 
 #include <array>
-#include <atomic>
 #include <io.h>
 #include <mutex>
 #include <qt_windows.h>
@@ -22,8 +21,6 @@ namespace {
 constexpr int kInterruptNumber = 2;
 constexpr int kTerminateNumber = 15;
 
-std::atomic<int> firstInterrupt = 0;
-std::atomic<int> interruptCount = 0;
 std::mutex contextMutex;
 QObject* interruptContext = nullptr;
 std::function<void()> interruptWake;
@@ -32,9 +29,7 @@ std::function<void()> interruptWake;
 BOOL WINAPI onConsoleEvent(DWORD event)
 {
     const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
-    int none = 0;
-    firstInterrupt.compare_exchange_strong(none, isKey ? kInterruptNumber : kTerminateNumber);
-    ++interruptCount;
+    Interrupts::record(isKey ? kInterruptNumber : kTerminateNumber);
     {
         const std::lock_guard<std::mutex> lock(contextMutex);
         if (interruptContext)
@@ -130,7 +125,7 @@ bool write(Channel channel, const QString& text)
 
 bool waitForInput(int)
 {
-    return firstInterrupt == 0;
+    return Interrupts::first() == 0;
 }
 
 QString temporaryFolder()
@@ -168,16 +163,6 @@ Interrupts::~Interrupts()
     const std::lock_guard<std::mutex> lock(contextMutex);
     interruptContext = nullptr;
     interruptWake = {};
-}
-
-int Interrupts::first()
-{
-    return firstInterrupt;
-}
-
-int Interrupts::count()
-{
-    return interruptCount;
 }
 
 QFunctionPointer functionIn(const QString&, const char* name)

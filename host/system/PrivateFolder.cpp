@@ -18,6 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr quint32 kOwnMode = 0700;
 constexpr int kMaxTries = 100;
 constexpr int kRemoveTries = 5;
 constexpr int kRemovePauseMs = 20;
@@ -58,8 +59,7 @@ bool isLeft(const QString& name, const QString& machine)
 // adds to the name while it writes, and what the module makes in the temporary location.
 bool isOwnName(const QString& name, bool isFolder, int depth)
 {
-    static const QRegularExpression kFile(
-        u"^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.vx-[0-9a-z]+(\\..*)?)$"_s);
+    static const QRegularExpression kFile(u"^(\\d+(\\..*)?|progress_\\d+\\.txt|\\.vx-[0-9a-z]+(\\..*)?)$"_s);
     static const QRegularExpression kModuleFolder(u"^compress(\\w{6})?$"_s);
     static const QRegularExpression kModuleFile(u"^(temporaryImage_[12]|source)\\..*$"_s);
     if (isFolder)
@@ -96,7 +96,7 @@ PrivateFolder::PrivateFolder(const QString& parent, const char* prefix)
     const QString name = NativePath::join(parent, QLatin1String(prefix) + ownName());
     for (int tries = 0; tries < kMaxTries; ++tries) {
         mPath = name + u"%1"_s.arg(QRandomGenerator::system()->bounded(0x10000), 4, 16, QChar(u'0'));
-        if (Platform::makePrivateFolder(mPath, mError)) {
+        if (Platform::makeFolder(mPath, kOwnMode, mError)) {
             mError = probe(mPath);
             if (mError.isEmpty())
                 return;
@@ -136,8 +136,9 @@ void PrivateFolder::sweep(const QString& parent, const char* prefix)
     const QString here = machine();
     for (const Platform::FolderEntry& entry : Platform::entriesOf(parent)) {
         const QString folder = NativePath::join(parent, entry.name);
-        if (!entry.name.startsWith(begin) || !isLeft(entry.name.mid(begin.size()), here) ||
-            !Platform::isOwnFolder(folder))
+        if (!entry.isFolder || !entry.name.startsWith(begin) || !isLeft(entry.name.mid(begin.size()), here))
+            continue;
+        if (const auto facts = Platform::factsOf(folder); !facts || facts->owner != Platform::owner())
             continue;
         // What the killed run had started may take a moment to die, and until then write.
         for (int tries = 0; tries < kRemoveTries && isUnderstood(folder); ++tries) {

@@ -75,7 +75,7 @@ void checkShown(const QByteArray& bytes)
     require(NativePath::isPlain(line) &&
                 std::none_of(line.begin(), line.end(), [](QChar letter) { return letter.unicode() < u' '; }),
             "a name is shown in one line");
-    require(columnsOf(cutTo(line, 20)) <= 20 && columnsOf(cutFrontTo(line, 20)) <= 20, "a cut fits");
+    require(columnsOf(cutTo(line, 20)) <= 20 && columnsOf(cutTo(line, 20, Keep::End)) <= 20, "a cut fits");
 }
 
 } // namespace

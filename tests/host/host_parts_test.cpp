@@ -1,8 +1,8 @@
 #include <QTest>
 
 #include "host/cli/CommandLine.h"
-#include "host/output/ResultText.h"
 #include "host/output/Figures.h"
+#include "host/output/ResultText.h"
 #include "host/run/Slots.h"
 #include "host/system/NativePath.h"
 #include "host/system/PathText.h"
@@ -81,7 +81,7 @@ void HostPartsTest::names()
     QCOMPARE(shellWord(u"it's"_s), u"'it'\\''s'"_s);
     QCOMPARE(shellWord(u"a\n'"_s), u"$'a\\n\\''"_s);
     QCOMPARE(cutTo(u"\u4e2d\u6587\u4e2d\u6587\u4e2d"_s, 9), u"\u4e2d\u6587\u4e2d..."_s);
-    QCOMPARE(cutFrontTo(u"folder/name.mov"_s, 11), u"...name.mov"_s);
+    QCOMPARE(cutTo(u"folder/name.mov"_s, 11, Keep::End), u"...name.mov"_s);
 }
 
 void HostPartsTest::words()
