@@ -55,16 +55,12 @@ MediaFacts factsOf(QByteArray& bytes)
 }
 
 // The image with what the module left to be put in; empty when that fails.
-QByteArray completed(const MetadataAnswer& answer, const MediaFacts& result)
+QByteArray completed(const MetadataCopy& copy, const MediaFacts& result)
 {
-    switch (result.format) {
-    case MediaFormat::Png:
-        return withPngChunks(answer.result, answer.iccProfile, answer.exif);
-    case MediaFormat::WebP:
-        return withWebpProfile(answer.result, answer.iccProfile, result);
-    default:
-        return answer.result;
-    }
+    if (copy.format == MediaFormat::Png)
+        return withPngChunks(copy.result, copy.iccProfile, copy.exif);
+    return copy.format == MediaFormat::WebP ? withWebpProfile(copy.result, copy.iccProfile, result)
+                                            : copy.result;
 }
 
 bool isSameImage(const MediaFacts& made, const MediaFacts& result)
@@ -85,20 +81,17 @@ QString replaceFile(const QString& path, const QByteArray& bytes)
 
 QString copyImageMetadata(const QString& sourcePath, const QString& resultPath)
 {
-    MetadataRequest request;
-    QString error = readFile(sourcePath, request.source);
+    MetadataCopy copy;
+    QString error = readFile(sourcePath, copy.source);
     if (error.isEmpty())
-        error = readFile(resultPath, request.result);
+        error = readFile(resultPath, copy.result);
     if (!error.isEmpty())
         return error;
-    const MediaFacts source = factsOf(request.source);
-    const MediaFacts result = factsOf(request.result);
-    request.isJpeg = result.format == MediaFormat::Jpeg;
-    request.isPng = result.format == MediaFormat::Png;
-    request.isTurnedUpright = isTurnedUpright(source, result);
-    request.hasConvertedColours = result.isMarkedSrgb;
-
-    MetadataAnswer answer;
+    const MediaFacts source = factsOf(copy.source);
+    const MediaFacts result = factsOf(copy.result);
+    copy.format = result.format;
+    copy.isTurnedUpright = isTurnedUpright(source, result);
+    copy.hasConvertedColours = result.isMarkedSrgb;
     {
         // exiv2's XMP part is one for the whole process and knows no threads.
         static QMutex mutex;
@@ -106,12 +99,11 @@ QString copyImageMetadata(const QString& sourcePath, const QString& resultPath)
         const MergeMetadata merge = loadModule(error);
         if (!merge)
             return error;
-        merge(request, answer);
+        merge(copy);
     }
-    if (!answer.error.isEmpty() || answer.result.isEmpty())
-        return answer.error;
-
-    QByteArray made = completed(answer, result);
+    if (!copy.error.isEmpty() || copy.result.isEmpty())
+        return copy.error;
+    QByteArray made = completed(copy, result);
     if (!isSameImage(factsOf(made), result))
         return u"the image would not stay whole"_s;
     return replaceFile(resultPath, made);

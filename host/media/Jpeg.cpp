@@ -15,7 +15,6 @@ enum Marker
     kApp2 = 0xE2
 };
 
-const QByteArrayView kExif("Exif\0\0", 6);
 const QByteArrayView kIccProfile("ICC_PROFILE\0", 12);
 const QByteArrayView kEnd("\xFF\xD9", 2);
 
@@ -35,8 +34,8 @@ void readSegment(FileWindow& file, int marker, qint64 body, MediaFacts& facts)
     if (isFrameHeader(marker)) {
         facts.bitsPerSample = qMax(8, file.byte(body));
         facts.size = QSize(int(file.big(body + 3, 2)), int(file.big(body + 1, 2)));
-    } else if (marker == kApp1 && file.has(body, kExif)) {
-        facts.orientation = exifOrientation(file, body + kExif.size());
+    } else if (marker == kApp1 && file.has(body, kExifHeader)) {
+        facts.orientation = exifOrientation(file, body);
     } else if (marker == kApp2 && file.has(body, kIccProfile)) {
         facts.hasIccProfile = true;
     }

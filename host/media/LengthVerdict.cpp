@@ -6,21 +6,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-qint64 toleranceMs(qint64 lengthMs)
-{
-    return std::max<qint64>(500, lengthMs / 100);
-}
-
-// 0 where it is not known.
+// Not positive where it is not known.
 qint64 videoStreamMs(const VideoFacts& facts)
 {
-    const StreamFacts* const image = facts.videoStream();
-    return image ? std::max<qint64>(0, image->endMs) : 0;
+    const StreamFacts* const stream = facts.videoStream();
+    return stream ? stream->endMs : 0;
 }
 
 bool isShorter(qint64 resultMs, qint64 sourceMs)
 {
-    return resultMs < sourceMs - toleranceMs(sourceMs);
+    return resultMs < sourceMs - std::max<qint64>(500, sourceMs / 100);
 }
 
 QString seconds(qint64 milliseconds)
@@ -37,19 +32,18 @@ LengthVerdict lengthVerdict(const VideoFacts& source, const VideoFacts& result)
         const bool isLost = source.isLengthStated && result.lengthMs <= 0;
         return isLost ? LengthVerdict{LengthVerdict::Cut, u"it has no length"_s} : LengthVerdict{};
     }
-    const bool longer = isShorter(source.lengthMs, result.lengthMs);
-    if (!longer && !isShorter(result.lengthMs, source.lengthMs))
+    if (isShorter(source.lengthMs, result.lengthMs)) {
+        // What an estimate missed is no doubt.
+        if (!source.isLengthStated)
+            return {};
+        return {LengthVerdict::Doubtful, u"the result is longer than its source: %1"_s.arg(lengths)};
+    }
+    if (!isShorter(result.lengthMs, source.lengthMs))
         return {};
     // A sound that went on alone may be one that the result does not take over.
     const qint64 sourceVideo = videoStreamMs(source);
     const qint64 resultVideo = videoStreamMs(result);
-    const bool isWholeVideo = sourceVideo > 0 && resultVideo > 0 && !isShorter(resultVideo, sourceVideo);
-    // What an estimate missed is no doubt.
-    if (longer && !source.isLengthStated)
-        return {};
-    if (longer)
-        return {LengthVerdict::Doubtful, u"the result is longer than its source: %1"_s.arg(lengths)};
-    if (isWholeVideo)
+    if (sourceVideo > 0 && resultVideo > 0 && !isShorter(resultVideo, sourceVideo))
         return {LengthVerdict::Doubtful, u"the sound ends before its source: %1"_s.arg(lengths)};
     if (!source.isLengthStated)
         return {LengthVerdict::Doubtful,

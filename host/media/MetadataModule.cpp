@@ -71,11 +71,11 @@ Metadata metadataOf(const QByteArray& bytes)
 }
 
 // What was true of the source's pixels and is not of the result's.
-void adapt(Metadata& metadata, const MetadataRequest& request)
+void adapt(Metadata& metadata, const MetadataCopy& copy)
 {
     if (!metadata.exif.empty())
         Exiv2::ExifThumb(metadata.exif).erase();
-    if (request.isTurnedUpright) {
+    if (copy.isTurnedUpright) {
         const Exiv2::ExifKey exifKey("Exif.Image.Orientation");
         const Exiv2::XmpKey xmpKey("Xmp.tiff.Orientation");
         if (metadata.exif.findKey(exifKey) != metadata.exif.end())
@@ -83,7 +83,7 @@ void adapt(Metadata& metadata, const MetadataRequest& request)
         if (metadata.xmp.findKey(xmpKey) != metadata.xmp.end())
             metadata.xmp["Xmp.tiff.Orientation"] = "1";
     }
-    if (request.hasConvertedColours)
+    if (copy.hasConvertedColours)
         metadata.iccProfile.clear();
 }
 
@@ -96,19 +96,20 @@ QByteArray encodedExif(Exiv2::ExifData& exif)
     return QByteArray(reinterpret_cast<const char*>(blob.data()), qsizetype(blob.size()));
 }
 
-QByteArray written(const Metadata& metadata, const MetadataRequest& request)
+QByteArray written(const Metadata& metadata, const MetadataCopy& copy)
 {
-    const auto image = openImage(request.result);
+    const auto image = openImage(copy.result);
+    const bool isJpeg = copy.format == MediaFormat::Jpeg;
     if (!metadata.exif.empty())
-        image->setExifData(request.isPng ? Exiv2::ExifData() : metadata.exif);
+        image->setExifData(copy.format == MediaFormat::Png ? Exiv2::ExifData() : metadata.exif);
     if (!metadata.xmp.empty())
         image->setXmpData(metadata.xmp);
     if (!metadata.iptc.empty() && image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite)
         image->setIptcData(metadata.iptc);
     // A profile that exiv2 has read of another format it would write again in its own way.
-    if (!request.isJpeg && image->iccProfileDefined())
+    if (!isJpeg && image->iccProfileDefined())
         image->clearIccProfile();
-    if (request.isJpeg && !metadata.iccProfile.isEmpty())
+    if (isJpeg && !metadata.iccProfile.isEmpty())
         setProfile(*image, Exiv2::DataBuf(bytesOf(metadata.iccProfile), long(metadata.iccProfile.size())));
     image->writeMetadata();
 
@@ -119,21 +120,19 @@ QByteArray written(const Metadata& metadata, const MetadataRequest& request)
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT void vxcMergeMetadata(const MetadataRequest& request, MetadataAnswer& answer)
+extern "C" Q_DECL_EXPORT void vxcMergeMetadata(MetadataCopy& copy)
 {
     // What it finds odd it would say on the terminal.
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
     try {
-        Metadata metadata = metadataOf(request.source);
-        adapt(metadata, request);
-        if (metadata.isEmpty())
-            return;
-        answer.result = written(metadata, request);
-        if (!request.isJpeg)
-            answer.iccProfile = metadata.iccProfile;
-        if (request.isPng)
-            answer.exif = encodedExif(metadata.exif);
+        Metadata metadata = metadataOf(copy.source);
+        adapt(metadata, copy);
+        copy.result = metadata.isEmpty() ? QByteArray() : written(metadata, copy);
+        if (copy.format != MediaFormat::Jpeg)
+            copy.iccProfile = metadata.iccProfile;
+        if (copy.format == MediaFormat::Png)
+            copy.exif = encodedExif(metadata.exif);
     } catch (const std::exception& error) {
-        answer.error = QString::fromUtf8(error.what());
+        copy.error = QString::fromUtf8(error.what());
     }
 }

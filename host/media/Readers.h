@@ -20,5 +20,7 @@ QString readMatroska(FileWindow& file, MediaFacts& facts);
 QString readAvi(FileWindow& file, MediaFacts& facts);
 QString readAsf(FileWindow& file, MediaFacts& facts);
 
-/// The orientation that EXIF at `offset` states; 1 when it states none.
+/// How EXIF begins in JPEG, and where some other writers think that it has to.
+inline constexpr QByteArrayView kExifHeader("Exif\0\0", 6);
+/// The orientation that EXIF at `offset` states, with or without that header; 1 when it states none.
 int exifOrientation(FileWindow& file, qint64 offset);

@@ -1,4 +1,8 @@
+#include <string_view>
+
 #include "host/media/Readers.h"
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -10,12 +14,6 @@ struct Signature
     const char* name;
     bool (*isLikely)(FileWindow&) = nullptr; // what else has to be there
 };
-
-template <size_t N>
-constexpr QByteArrayView magic(const char (&text)[N])
-{
-    return QByteArrayView(text, N - 1);
-}
 
 using enum MediaFormat;
 
@@ -51,7 +49,7 @@ bool isTransportStream(FileWindow& file)
 bool isProgramStream(FileWindow& file)
 {
     const QByteArrayView head = file.bytes(0, FileWindow::kMost);
-    const QByteArrayView kPack("\0\0\1\xBA", 4);
+    const QByteArrayView kPack = "\0\0\1\xBA"sv;
     int packs = 0;
     for (qsizetype at = head.indexOf(kPack); at >= 0 && at + 4 < head.size();
          at = head.indexOf(kPack, at + 4)) {
@@ -68,7 +66,7 @@ bool isProgramStream(FileWindow& file)
 // The header of a coded stream's first unit; -1 where none begins.
 int firstUnit(FileWindow& file)
 {
-    const int prefix = file.has(0, magic("\0\0\0\1")) ? 4 : file.has(0, magic("\0\0\1")) ? 3 : 0;
+    const int prefix = file.has(0, "\0\0\0\1"sv) ? 4 : file.has(0, "\0\0\1"sv) ? 3 : 0;
     const int header = prefix > 0 ? file.byte(prefix) : -1;
     return header & 0x80 ? -1 : header;
 }
@@ -101,7 +99,7 @@ bool isPnm(FileWindow& file)
 
 bool isTarga(FileWindow& file)
 {
-    return file.has(file.size() - 18, magic("TRUEVISION-XFILE.\0"));
+    return file.has(file.size() - 18, "TRUEVISION-XFILE.\0"sv);
 }
 
 // MPEG sound has no telling magic: the values that no frame header has are ruled out.
@@ -117,73 +115,73 @@ bool isMpegSound(FileWindow& file)
 
 // A longer magic comes before a shorter one that begins it.
 constexpr Signature kSignatures[] = {
-    {0, magic("\xFF\xD8\xFF"), Jpeg, "JPEG"},
-    {0, magic("\x89PNG\r\n\x1A\n"), Png, "PNG"},
-    {0, magic("GIF87a"), Gif, "GIF"},
-    {0, magic("GIF89a"), Gif, "GIF"},
-    {0, magic("II*\0"), Tiff, "TIFF"},
-    {0, magic("MM\0*"), Tiff, "TIFF"},
-    {0, magic("\xFF\x0A"), OtherImage, "JPEG XL"},
-    {0, magic("\0\0\0\x0CJXL \r\n\x87\n"), OtherImage, "JPEG XL"},
-    {0, magic("\0\0\0\x0CjP  \r\n\x87\n"), OtherImage, "JPEG 2000"},
-    {0, magic("\xFF\x4F\xFF\x51"), OtherImage, "JPEG 2000"},
-    {4, magic("ftypavif"), OtherImage, "AVIF"},
-    {4, magic("ftypavis"), OtherImage, "animated AVIF"},
-    {4, magic("ftyphei"), OtherImage, "HEIC"},
-    {4, magic("ftyphev"), OtherImage, "HEIC"},
-    {4, magic("ftypmif1"), OtherImage, "HEIF"},
-    {4, magic("ftypmsf1"), OtherImage, "HEIF"},
-    {0, magic("8BPS\0\1"), OtherImage, "PSD"},
-    {0, magic("\x76\x2F\x31\x01"), OtherImage, "OpenEXR"},
-    {0, magic("#?RADIANCE"), OtherImage, "Radiance HDR"},
-    {0, magic("qoif"), OtherImage, "QOI"},
-    {0, magic("SDPX"), OtherImage, "DPX"},
-    {0, magic("XPDS"), OtherImage, "DPX"},
-    {4, magic("ftyp"), Mp4, "MP4"},
-    {4, magic("moov"), Mp4, "QuickTime"},
-    {4, magic("mdat"), Mp4, "QuickTime"},
-    {4, magic("wide"), Mp4, "QuickTime"},
-    {4, magic("free"), Mp4, "QuickTime"},
-    {4, magic("skip"), Mp4, "QuickTime"},
-    {4, magic("styp"), Mp4, "MP4"},
-    {0, magic("\x1A\x45\xDF\xA3"), Matroska, "Matroska"},
-    {0, magic("FLV\1"), Flv, "FLV"},
-    {0, magic("\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"), Asf, "ASF"},
-    {0, magic("OggS"), Ogg, "Ogg"},
-    {0, magic("\0\0\1\xB3"), RawStream, "MPEG-2 without a container"},
-    {0, magic("\0\0\1\xB0"), RawStream, "MPEG-4 without a container"},
-    {0, magic("YUV4MPEG2 "), RawStream, "YUV4MPEG"},
-    {0, magic("DKIF\0\0"), OtherVideo, "IVF"},
-    {0, magic("\x06\x0E\x2B\x34\x02\x05\x01\x01"), OtherVideo, "MXF"},
-    {0, magic(".RMF\0\0"), OtherVideo, "RealMedia"},
-    {0, magic("\x1F\x07\x00"), OtherVideo, "DV"},
-    {0, magic("nut/multimedia container\0"), OtherVideo, "NUT"},
-    {0, magic("\xB7\xD8\x00\x20\x37\x49\xDA\x11"), OtherVideo, "WTV"},
-    {0, magic("fLaC"), Sound, "FLAC"},
-    {0, magic("ID3"), Sound, "MP3"},
-    {0, magic("#!AMR"), Sound, "AMR"},
-    {0, magic("MThd"), Sound, "MIDI"},
-    {0, magic("wvpk"), Sound, "WavPack"},
-    {0, magic("MAC "), Sound, "Monkey's Audio"},
-    {0, magic(".snd"), Sound, "AU"},
-    {0, magic("caff"), Sound, "CAF"},
+    {0, "\xFF\xD8\xFF"sv, Jpeg, "JPEG"},
+    {0, "\x89PNG\r\n\x1A\n"sv, Png, "PNG"},
+    {0, "GIF87a"sv, Gif, "GIF"},
+    {0, "GIF89a"sv, Gif, "GIF"},
+    {0, "II*\0"sv, Tiff, "TIFF"},
+    {0, "MM\0*"sv, Tiff, "TIFF"},
+    {0, "\xFF\x0A"sv, OtherImage, "JPEG XL"},
+    {0, "\0\0\0\x0CJXL \r\n\x87\n"sv, OtherImage, "JPEG XL"},
+    {0, "\0\0\0\x0CjP  \r\n\x87\n"sv, OtherImage, "JPEG 2000"},
+    {0, "\xFF\x4F\xFF\x51"sv, OtherImage, "JPEG 2000"},
+    {4, "ftypavif"sv, OtherImage, "AVIF"},
+    {4, "ftypavis"sv, OtherImage, "animated AVIF"},
+    {4, "ftyphei"sv, OtherImage, "HEIC"},
+    {4, "ftyphev"sv, OtherImage, "HEIC"},
+    {4, "ftypmif1"sv, OtherImage, "HEIF"},
+    {4, "ftypmsf1"sv, OtherImage, "HEIF"},
+    {0, "8BPS\0\1"sv, OtherImage, "PSD"},
+    {0, "\x76\x2F\x31\x01"sv, OtherImage, "OpenEXR"},
+    {0, "#?RADIANCE"sv, OtherImage, "Radiance HDR"},
+    {0, "qoif"sv, OtherImage, "QOI"},
+    {0, "SDPX"sv, OtherImage, "DPX"},
+    {0, "XPDS"sv, OtherImage, "DPX"},
+    {4, "ftyp"sv, Mp4, "MP4"},
+    {4, "moov"sv, Mp4, "QuickTime"},
+    {4, "mdat"sv, Mp4, "QuickTime"},
+    {4, "wide"sv, Mp4, "QuickTime"},
+    {4, "free"sv, Mp4, "QuickTime"},
+    {4, "skip"sv, Mp4, "QuickTime"},
+    {4, "styp"sv, Mp4, "MP4"},
+    {0, "\x1A\x45\xDF\xA3"sv, Matroska, "Matroska"},
+    {0, "FLV\1"sv, Flv, "FLV"},
+    {0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv, Asf, "ASF"},
+    {0, "OggS"sv, Ogg, "Ogg"},
+    {0, "\0\0\1\xB3"sv, RawStream, "MPEG-2 without a container"},
+    {0, "\0\0\1\xB0"sv, RawStream, "MPEG-4 without a container"},
+    {0, "YUV4MPEG2 "sv, RawStream, "YUV4MPEG"},
+    {0, "DKIF\0\0"sv, OtherVideo, "IVF"},
+    {0, "\x06\x0E\x2B\x34\x02\x05\x01\x01"sv, OtherVideo, "MXF"},
+    {0, ".RMF\0\0"sv, OtherVideo, "RealMedia"},
+    {0, "\x1F\x07\x00"sv, OtherVideo, "DV"},
+    {0, "nut/multimedia container\0"sv, OtherVideo, "NUT"},
+    {0, "\xB7\xD8\x00\x20\x37\x49\xDA\x11"sv, OtherVideo, "WTV"},
+    {0, "fLaC"sv, Sound, "FLAC"},
+    {0, "ID3"sv, Sound, "MP3"},
+    {0, "#!AMR"sv, Sound, "AMR"},
+    {0, "MThd"sv, Sound, "MIDI"},
+    {0, "wvpk"sv, Sound, "WavPack"},
+    {0, "MAC "sv, Sound, "Monkey's Audio"},
+    {0, ".snd"sv, Sound, "AU"},
+    {0, "caff"sv, Sound, "CAF"},
     // Containers of containers: what is in them stands in the third word.
-    {8, magic("WEBP"), WebP, "WebP", isRiff},
-    {8, magic("AVI "), Avi, "AVI", isRiff},
-    {8, magic("AVIX"), Avi, "AVI", isRiff},
-    {8, magic("WAVE"), Sound, "WAVE", isRiff},
-    {8, magic("AIFF"), Sound, "AIFF", isIff},
-    {8, magic("AIFC"), Sound, "AIFF", isIff},
-    {8, magic("ILBM"), OtherImage, "ILBM", isIff},
+    {8, "WEBP"sv, WebP, "WebP", isRiff},
+    {8, "AVI "sv, Avi, "AVI", isRiff},
+    {8, "AVIX"sv, Avi, "AVI", isRiff},
+    {8, "WAVE"sv, Sound, "WAVE", isRiff},
+    {8, "AIFF"sv, Sound, "AIFF", isIff},
+    {8, "AIFC"sv, Sound, "AIFF", isIff},
+    {8, "ILBM"sv, OtherImage, "ILBM", isIff},
     // Without a telling magic: the likelier the accident, the later it comes.
-    {0, magic(""), RawStream, "H.264 without a container", isH264},
-    {0, magic(""), RawStream, "HEVC without a container", isHevc},
-    {0, magic("BM"), Bmp, "BMP", isBmp},
-    {0, magic(""), TransportStream, "MPEG transport stream", isTransportStream},
-    {0, magic(""), ProgramStream, "MPEG program stream", isProgramStream},
-    {0, magic("P"), Pnm, "PNM", isPnm},
-    {0, magic(""), Targa, "Targa", isTarga},
-    {0, magic(""), Sound, "MPEG sound", isMpegSound},
+    {0, ""sv, RawStream, "H.264 without a container", isH264},
+    {0, ""sv, RawStream, "HEVC without a container", isHevc},
+    {0, "BM"sv, Bmp, "BMP", isBmp},
+    {0, ""sv, TransportStream, "MPEG transport stream", isTransportStream},
+    {0, ""sv, ProgramStream, "MPEG program stream", isProgramStream},
+    {0, "P"sv, Pnm, "PNM", isPnm},
+    {0, ""sv, Targa, "Targa", isTarga},
+    {0, ""sv, Sound, "MPEG sound", isMpegSound},
 };
 
 } // namespace

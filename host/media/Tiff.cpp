@@ -86,7 +86,7 @@ void readField(Tiff& tiff, int tag, const Tiff::Field& field, MediaFacts& facts)
 int exifOrientation(FileWindow& file, qint64 offset)
 {
     MediaFacts facts;
-    Tiff tiff(file, offset);
+    Tiff tiff(file, offset + (file.has(offset, kExifHeader) ? kExifHeader.size() : 0));
     tiff.forEachField([&](int tag, const Tiff::Field& field) { readField(tiff, tag, field, facts); });
     return facts.orientation;
 }

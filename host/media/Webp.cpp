@@ -28,9 +28,7 @@ void readChunk(FileWindow& file, QByteArrayView type, qint64 body, MediaFacts& f
     } else if (type == "ICCP") {
         facts.hasIccProfile = true;
     } else if (type == "EXIF") {
-        // Some writers put the header there that JPEG needs.
-        const bool hasHeader = file.has(body, QByteArrayView("Exif\0\0", 6));
-        facts.orientation = exifOrientation(file, body + (hasHeader ? 6 : 0));
+        facts.orientation = exifOrientation(file, body);
     } else if (type == "VP8 " && facts.size.isEmpty()) {
         facts.size = QSize(int(file.little(body + 6, 2) & 0x3FFF), int(file.little(body + 8, 2) & 0x3FFF));
     } else if (type == "VP8L" && facts.size.isEmpty()) {
