@@ -174,7 +174,8 @@ OptionText textOf(const CLI::Option& option)
     const auto text = [](const std::string& given) { return QString::fromStdString(given); };
     // CLI11 adds to the type's name what its check says of itself.
     const QString type = text(option.get_type_name());
-    return {option.get_snames().empty() ? QString() : text(option.get_snames()[0]),
+    return {text(option.get_group()),
+            option.get_snames().empty() ? QString() : text(option.get_snames()[0]),
             text(option.get_lnames().at(0)),
             type.section(u':', 0, 0),
             type.section(u':', 1),
@@ -190,21 +191,14 @@ CommandText textOf(const CLI::App& command)
     text.footer = QString::fromStdString(command.get_footer());
     text.synopsis = u"vxcompress "_s + text.name;
     for (const CLI::Option* option : command.get_options()) {
-        const QString group = QString::fromStdString(option->get_group());
-        if (option->get_positional()) {
-            text.takesNames = true;
+        const bool isName = option->get_positional();
+        text.takesNames = text.takesNames || isName;
+        if (isName || option->get_group().empty())
             continue;
-        }
-        if (group.isEmpty())
-            continue;
-        if (text.groups.isEmpty() || text.groups.last().first != group)
-            text.groups.append({group, {}});
-        text.groups.last().second.append(textOf(*option));
-        const OptionText& added = text.groups.last().second.last();
+        const OptionText& added = text.options.emplace_back(textOf(*option));
+        const QString value = added.value.isEmpty() ? QString() : u' ' + added.value;
         if (option != command.get_help_ptr())
-            text.synopsis +=
-                (added.value.isEmpty() ? u" [--%1]"_s : u" [--%1 %2]"_s.arg(u"%1"_s, added.value))
-                    .arg(added.name);
+            text.synopsis += u" [--%1%2]"_s.arg(added.name, value);
     }
     if (text.takesNames)
         text.synopsis += " FILE..."_L1;
@@ -238,7 +232,7 @@ QString sentence(const CLI::Error& error, const CLI::App& command)
                                                               shown(decoded(command.remaining().back())));
     const QString typed = decoded(first).section(u'=', 0, 0);
     QStringList known;
-    for (const OptionText& row : textOf(command).options())
+    for (const OptionText& row : textOf(command).options)
         known.append(row.name);
     const QString meant = typed.startsWith("--"_L1) ? suggestSuffix(typed.mid(2), known) : QString();
     return u"there is no option %1"_s.arg(shown(typed)) +
@@ -246,14 +240,6 @@ QString sentence(const CLI::Error& error, const CLI::App& command)
 }
 
 } // namespace
-
-QList<OptionText> CommandText::options() const
-{
-    QList<OptionText> all;
-    for (const auto& group : groups)
-        all += group.second;
-    return all;
-}
 
 CommandLine::CommandLine()
     : mProgram(std::make_unique<CLI::App>("Makes image and video files smaller", "vxcompress"))

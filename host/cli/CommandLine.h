@@ -23,6 +23,7 @@ struct NoJob
 /// What help, manual and completions say of an option.
 struct OptionText
 {
+    QString group;    ///< its heading
     QString letter;   ///< without dash; empty: none
     QString name;     ///< without dashes
     QString value;    ///< such as "FILE"; empty for a switch
@@ -41,9 +42,7 @@ struct CommandText
     QString synopsis;    ///< "vxcompress report [--json] FILE..."; a line for each form
     QString footer;      ///< examples and the like
     bool takesNames = false;
-    QList<std::pair<QString, QList<OptionText>>> groups; ///< by headings; the usual ones come first
-
-    QList<OptionText> options() const;
+    QList<OptionText> options; ///< by groups; the usual ones come first
 };
 
 /// What --help prints of a command: the usual options, on one screen of 80 by 24; `isWhole`: all there is to say.

@@ -26,11 +26,14 @@ QString helpText(const CommandText& command, bool isWhole)
     const QString margin = u'\n' + QString(u"Usage: "_s.size(), u' ');
     QString text = command.description + (isWhole ? ".\n\nUsage: "_L1 : ".\nUsage: "_L1) +
                    QString(command.synopsis).replace(u'\n', margin) + u'\n';
-    for (const auto& [heading, options] : isWhole ? command.groups : command.groups.first(1)) {
-        if (isWhole)
-            text += u"\n%1:\n"_s.arg(heading);
-        for (const OptionText& option : options)
-            text += optionLines(option, isWhole);
+    QString group = isWhole ? QString() : command.options.first().group;
+    for (const OptionText& option : command.options) {
+        const bool isNew = option.group != group;
+        if (isNew && !isWhole)
+            break;
+        if (isNew)
+            text += u"\n%1:\n"_s.arg(group = option.group);
+        text += optionLines(option, isWhole);
     }
     return isWhole ? text + command.footer : text;
 }

@@ -39,21 +39,20 @@ QString manText(const QString& text)
 QString manOptions(const CommandText& command)
 {
     QString text;
-    for (const auto& [heading, options] : command.groups) {
-        if (command.groups.size() > 1)
-            text += u".SS %1\n"_s.arg(heading);
-        for (const OptionText& option : options) {
-            text +=
-                ".TP\n"_L1 + (option.letter.isEmpty() ? QString() : u"\\fB\\-%1\\fR, "_s.arg(option.letter));
-            text += u"\\fB\\-\\-%1\\fR"_s.arg(manText(option.name));
-            text += option.value.isEmpty() ? QString() : u"=\\fI%1\\fR"_s.arg(option.value);
-            // A line that begins with a dot or a quote would be a command.
-            text += u"\n\\&%1.\n"_s.arg(manText(option.help));
-            if (!option.choices.isEmpty())
-                text += u"One of: %1.\n"_s.arg(option.choices);
-            if (!option.fallback.isEmpty())
-                text += u"Without it: %1.\n"_s.arg(manText(option.fallback));
-        }
+    QString group;
+    for (const OptionText& option : command.options) {
+        // The subcommands have one group each.
+        if (command.name.isEmpty() && option.group != group)
+            text += u".SS %1\n"_s.arg(group = option.group);
+        text += ".TP\n"_L1 + (option.letter.isEmpty() ? QString() : u"\\fB\\-%1\\fR, "_s.arg(option.letter));
+        text += u"\\fB\\-\\-%1\\fR"_s.arg(manText(option.name));
+        text += option.value.isEmpty() ? QString() : u"=\\fI%1\\fR"_s.arg(option.value);
+        // A line that begins with a dot or a quote would be a command.
+        text += u"\n\\&%1.\n"_s.arg(manText(option.help));
+        if (!option.choices.isEmpty())
+            text += u"One of: %1.\n"_s.arg(option.choices);
+        if (!option.fallback.isEmpty())
+            text += u"Without it: %1.\n"_s.arg(manText(option.fallback));
     }
     return text.chopped(1);
 }
@@ -75,7 +74,7 @@ QString bash(const QString& text, const Commands& commands)
     QStringList options;
     for (const CommandText& command : commands) {
         QStringList names;
-        for (const OptionText& option : command.options()) {
+        for (const OptionText& option : command.options) {
             names.append(u"--%1%2"_s.arg(option.name, option.value.isEmpty() ? QString() : u"="_s));
             if (option.value.isEmpty())
                 continue;
@@ -119,7 +118,7 @@ QString zsh(const QString& text, const Commands& commands)
     QStringList cases;
     for (const CommandText& command : commands) {
         QStringList arguments = {u"    _arguments -s -S"_s};
-        for (const OptionText& option : command.options())
+        for (const OptionText& option : command.options)
             arguments.append(zshOption(option));
         if (command.name.isEmpty())
             arguments.append(u"'1:input:{ compadd %1; _files }'"_s.arg(names));
@@ -141,7 +140,7 @@ QString fish(const QString&, const Commands& commands)
         else
             lines.append(complete.arg(u"__fish_is_first_arg"_s) +
                          u"-a %1 -d '%2'"_s.arg(command.name, quoted(command.description, u"'\\"_s)));
-        for (const OptionText& option : command.options()) {
+        for (const OptionText& option : command.options) {
             QString line = complete.arg(condition);
             line += option.letter.isEmpty() ? QString() : u"-s %1 "_s.arg(option.letter);
             line += u"-l %1 "_s.arg(option.name);
