@@ -41,6 +41,7 @@ signals:
     void compressProcess(float progress);
 
     /// The job's one end. Code 0: the encoder has done its work. 62097: the job was stopped. -2: the encoder
-    /// could not be started. Other codes: the encoder's exit code; see FinishCode.h and docs/host-interface.md.
+    /// could not be started. Other codes: the encoder's exit code; see FinishCode.h and
+    /// docs/host-interface.md.
     void compressFinished(int finishedCode, QString errorDescription);
 };

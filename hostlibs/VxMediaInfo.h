@@ -18,9 +18,9 @@ struct MediaInfoV3
     QList<QSharedPointer<MediaInfoAudioStream>> audioStreams; ///< in stream order
 };
 
-/// What is known about the file at `path`: never null, and all zeros when it cannot be read. It opens the file for
-/// itself and blocks for as long as that takes: up to 6 s where the container says no duration. The module passes -1
-/// and true.
+/// What is known about the file at `path`: never null, and all zeros when it cannot be read. It opens the
+/// file for itself and blocks for as long as that takes: up to 6 s where the container says no duration. The
+/// module passes -1 and true.
 QSharedPointer<MediaInfoV3> getMediaInfo(const QString& path, int, bool);
 
 } // namespace Vantor

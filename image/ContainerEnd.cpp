@@ -28,7 +28,8 @@ qint64 riffLength(const QByteArray& head)
     return head.startsWith("RIFF") && length > 0 ? length + 8 + length % 2 : 0;
 }
 
-// Four bytes of name (of the first level), and a length that tells by its leading zeros how many bytes it has itself.
+// Four bytes of name (of the first level), and a length that tells by its leading zeros how many bytes it has
+// itself.
 qint64 elementLength(const QByteArray& head)
 {
     const int bytes = std::countl_zero(quint8(head[4])) + 1;

@@ -13,7 +13,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kCopyBlockBytes = 1 << 20;
-// ffmpeg writes so much at once: where a write has failed, less is left. Its progress file may have lain there too.
+// ffmpeg writes so much at once: where a write has failed, less is left. Its progress file may have lain
+// there too.
 constexpr std::uintmax_t kWriteBytes = 1 << 15;
 constexpr std::uintmax_t kAmpleRoomBytes = 1 << 20;
 

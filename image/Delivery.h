@@ -43,6 +43,6 @@ bool deliverSource(const QString& from, const QString& source, const QString& to
 /// link stays, and what it leads to goes. False when something of it is left.
 bool removeFailedOutput(const QString& outputPath, const QString& inputPath);
 
-/// Whether the last bytes of an output may not have been written: its disk is all but full, and nothing in the output
-/// says that it is whole.
+/// Whether the last bytes of an output may not have been written: its disk is all but full, and nothing in
+/// the output says that it is whole.
 bool mayBeCutByFullDisk(const QString& outputPath);

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The suffixes that make ffmpeg look for a pattern, as tried with 5.1; a film's name is never one.
+// The suffixes that make ffmpeg look for a pattern, as tried with 5.1; a video's name is never one.
 bool isPictureSuffix(const QString& suffix)
 {
     static const QStringList kSuffixes =

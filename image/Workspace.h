@@ -20,9 +20,9 @@ struct Workspace
 /// The system's temporary location, made where there is none yet.
 QString temporaryLocation();
 
-/// Makes a folder directly in the temporary location, for this user alone, and copies the source into it. It is
-/// "compress", or while another run has that, one with a name of its own.
-/// A failed step shows as a missing file, which the encoder and the finish rule then report.
+/// Makes a folder directly in the temporary location, for this user alone, and copies the source into it. It
+/// is "compress", or while another run has that, one with a name of its own. A failed step shows as a missing
+/// file, which the encoder and the finish rule then report.
 Workspace makeWorkspace(const QString& sourcePath);
 
 /// A folder directly in the temporary location, for this user alone; empty when it could not be made.

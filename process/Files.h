@@ -33,18 +33,19 @@ Id idOf(const Path& path);
 /// A named pipe among the files: whoever opens it waits for its writer, perhaps for ever.
 bool isPipe(const Path& path);
 
-/// Windows: calls `attempt` again, for up to a second, while it fails because another program holds the file; scanners
-/// and previews do so with fresh ones. Elsewhere nobody holds a file up, and it is called once. The error is that of the
-/// last attempt, which leaves it where the system's calls do.
+/// Windows: calls `attempt` again, for up to a second, while it fails because another program holds the file;
+/// scanners and previews do so with fresh ones. Elsewhere nobody holds a file up, and it is called once. The
+/// error is that of the last attempt, which leaves it where the system's calls do.
 std::error_code whileHeld(const std::function<bool()>& attempt);
 
 /// These try again while a file is held.
 std::error_code remove(const Path& file);
 std::error_code removeFolder(const Path& emptyFolder);
-/// A file, a link, or a folder with everything in it; nothing that a link leads to. What is missing is no error.
+/// A file, a link, or a folder with everything in it; nothing that a link leads to. What is missing is no
+/// error.
 std::error_code removeTree(const Path& path);
-/// Renames in one step, on one volume. With `replace` what lies at `to` gives way; without it, an existing file there is
-/// an error.
+/// Renames in one step, on one volume. With `replace` what lies at `to` gives way; without it, an existing
+/// file there is an error.
 std::error_code rename(const Path& from, const Path& to, bool replace);
 
 /// A copy of the content, over what lies at `to`; it shares the blocks where the file system can.

@@ -37,8 +37,8 @@ std::error_code renameNew(const Path& from, const Path& to)
     if (errno != EINVAL && errno != ENOSYS)
         return result(false);
 #endif
-    // A second name refuses an existing one as well. A network drive that had to ask twice reports its own first
-    // success as a failure.
+    // A second name refuses an existing one as well. A network drive that had to ask twice reports its own
+    // first success as a failure.
     if (::link(from.c_str(), to.c_str()) == 0 || (errno == EEXIST && areOneFile(from, to)))
         return result(unlink(from.c_str()) == 0);
     // A file system without either, such as a memory card's, has no better check than this.

@@ -24,8 +24,9 @@ HANDLE hostJob()
     return job;
 }
 
-// What a process is started with to be in the job from its first moment on: assigned behind the start, it could
-// outlive a host that dies in between. A host may itself run in a job, and the process then belongs to both.
+// What a process is started with to be in the job from its first moment on: assigned behind the start, it
+// could outlive a host that dies in between. A host may itself run in a job, and the process then belongs to
+// both.
 class BornInJob
 {
 public:

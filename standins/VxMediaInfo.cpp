@@ -37,7 +37,8 @@ qint32 bitrateOf(const AVStream& stream)
     return static_cast<qint32>(std::clamp<qint64>(known, 0, std::numeric_limits<qint32>::max()));
 }
 
-// Of a container that says none, by its packets. Where there is no time for all of them the rest counts by its bytes.
+// Of a container that says none, by its packets. Where there is no time for all of them the rest counts by
+// its bytes.
 qint64 scannedDurationMs(AVFormatContext& context, qint64 size)
 {
     const PacketSpans spans = scanPacketSpans(context);

@@ -22,7 +22,7 @@ struct SourceProbe
 
     explicit SourceProbe(const QString& path);
 
-    /// The film, where the first video stream is a cover and another follows; else the first one; may be
+    /// The video, where the first video stream is a cover and another follows; else the first one; may be
     /// null.
     QSharedPointer<Vantor::VideoStreamDescription> chosenVideoStream() const;
     bool coverComesFirst() const;

@@ -14,8 +14,8 @@ struct CommandInput
     bool isPercentage;
 };
 
-/// The fragments of ffmpeg's command line, without the program: blanks separate words, also within a fragment, and
-/// paths are quoted. None when the source cannot be opened.
+/// The fragments of ffmpeg's command line, without the program: blanks separate words, also within a
+/// fragment, and paths are quoted. None when the source cannot be opened.
 struct Command
 {
     QStringList fragments{};
@@ -25,7 +25,8 @@ struct Command
 
 using CommandBuilder = Command (*)(const CommandInput& input);
 
-/// They run in the thread that starts the task and block it; any number of threads may build commands at once.
+/// They run in the thread that starts the task and block it; any number of threads may build commands at
+/// once.
 Command qualityCommand(const CommandInput& input);
 Command sizeCommand(const CommandInput& input);
 /// Of the first seconds, in either way.

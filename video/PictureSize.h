@@ -22,6 +22,6 @@ QSize displaySize(const Vantor::VideoStreamDescription& stream);
 /// What the task's "scale" divides a picture's sides by; 0 for a text that is no choice.
 int divisorOf(const QString& scale);
 
-/// What the task's "scale" makes of a display size: a choice divides the sides and rounds them to multiples of 4; any
-/// other text leaves them.
+/// What the task's "scale" makes of a display size: a choice divides the sides and rounds them to multiples
+/// of 4; any other text leaves them.
 QSize scaledSize(const QSize& display, const QString& scale);

@@ -60,8 +60,8 @@ signals:
 protected:
     void run() override;
 
-    /// Reads on behind `line`, what was read of the line before, and tells what it says once it is whole; false where
-    /// there is no whole line yet, or none any more.
+    /// Reads on behind `line`, what was read of the line before, and tells what it says once it is whole;
+    /// false where there is no whole line yet, or none any more.
     bool readLine(QFile& file, QByteArray& line);
 
 private:

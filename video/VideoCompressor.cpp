@@ -126,7 +126,8 @@ void VideoCompressor::stop()
     }
     if (mProcess && mProcess->mayHaveOutput()) {
         mNames.removeOutput();
-        // A killed encoder may yet have made it behind the monitor's end. What it still holds goes with its end.
+        // A killed encoder may yet have made it behind the monitor's end. What it still holds goes with its
+        // end.
         if (mProcess->state() == QProcess::NotRunning)
             ProgressFile::remove(mProgressFilePath);
     }

@@ -22,8 +22,8 @@ public:
     void stop() override;
     bool estimate() override;
 
-    /// See Commands.h. Each build names a progress file, and the first two store the source's duration. When the
-    /// source cannot be opened, nothing is stored.
+    /// See Commands.h. Each build names a progress file, and the first two store the source's duration. When
+    /// the source cannot be opened, nothing is stored.
     QStringList buildQualityCommand();
     QStringList buildSizeCommand();
     QStringList buildSampleCommand();

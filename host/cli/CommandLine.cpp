@@ -29,9 +29,10 @@ constexpr char kExamples[] =
     "1 some files failed, 2 wrong usage or files, 3 an encoder is missing,\n"
     "128 and the signal's number when interrupted.\n";
 
-// CLI11 takes bytes and reads more into them than we do: "[a,b]" as a list, "--name=" as without a value, the name of a
-// command anywhere. A name, and a value after "=", goes through it with a colon before it and with all but plain
-// characters as four hex digits: nothing is read into it, and it comes out as it went in, whatever it is made of.
+// CLI11 takes bytes and reads more into them than we do: "[a,b]" as a list, "--name=" as without a value, the
+// name of a command anywhere. A name, and a value after "=", goes through it with a colon before it and with
+// all but plain characters as four hex digits: nothing is read into it, and it comes out as it went in,
+// whatever it is made of.
 constexpr QChar kMark = u':';
 constexpr QChar kEscape = u'%';
 constexpr int kDigits = 4;

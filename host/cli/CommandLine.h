@@ -45,11 +45,12 @@ struct CommandText
     QList<OptionText> options; ///< by groups; the usual ones come first
 };
 
-/// What --help prints of a command: the usual options, on one screen of 80 by 24; `isWhole`: all there is to say.
+/// What --help prints of a command: the usual options, on one screen of 80 by 24; `isWhole`: all there is to
+/// say.
 QString helpText(const CommandText& command, bool isWhole);
 
-/// The program, its commands and their options, declared once: what is read of a command line, the help, the manual and
-/// the completions all come of this declaration. CLI11, which it is made with, stays inside.
+/// The program, its commands and their options, declared once: what is read of a command line, the help, the
+/// manual and the completions all come of this declaration. CLI11, which it is made with, stays inside.
 class CommandLine
 {
 public:

@@ -12,7 +12,7 @@ struct RunSummary
     qint64 kept = 0; ///< Outcome::Kept and NotWorth
     qint64 skipped = 0;
     qint64 failed = 0;
-    qint64 ignored = 0;  ///< files of a walked folder that are no media by their names
+    qint64 ignored = 0;     ///< files of a walked folder that are no media by their names
     qint64 bytesBefore = 0; ///< of the files that a size came of
     qint64 bytesAfter = 0;
     std::optional<SizeRange> estimate; ///< of the files that were estimated, in place of bytesAfter

@@ -1,6 +1,6 @@
 #pragma once
 
-/// How a result's likeness to its source is measured: one row for all that the host knows of it. More is
+/// A quality metric, of a result against its source: one row for all that the host knows of it. More is
 /// better.
 struct Metric
 {

@@ -15,8 +15,8 @@ struct MediaFacts
     QString name; ///< for people, such as "JPEG XL"; empty for MediaKind::Unknown
 
     /// How the file shows that it is cut, for people, such as "the image ends before its end-of-image
-    /// marker". Empty where it is whole or nothing in it can tell. A video counts as cut when more than 1 % of
-    /// the bytes are missing that its container states, or its index.
+    /// marker". Empty where it is whole or nothing in it can tell. A video counts as cut when more than 1 %
+    /// of the bytes are missing that its container states, or its index.
     QString damage;
 
     // What the header of an image tells. Formats whose headers are not read leave the defaults.

@@ -5,8 +5,8 @@
 
 #include "host/job/MediaFormat.h"
 
-/// Metadata on its way from one image into another, through a library of its own: exiv2 is loaded by those runs only
-/// that copy metadata.
+/// Metadata on its way from one image into another, through a library of its own: exiv2 is loaded by those
+/// runs only that copy metadata.
 struct MetadataCopy
 {
     QByteArray source; ///< the bytes of the image that the metadata comes from

@@ -7,7 +7,8 @@
 /// 100 KiB, whatever the file's size.
 void recognise(FileWindow& file, MediaFacts& facts);
 
-// Each takes a file that begins as its format does, sets what an image's header tells, and returns the damage.
+// Each takes a file that begins as its format does, sets what an image's header tells, and returns the
+// damage.
 QString readJpeg(FileWindow& file, MediaFacts& facts);
 QString readPng(FileWindow& file, MediaFacts& facts);
 QString readWebp(FileWindow& file, MediaFacts& facts);

@@ -37,8 +37,8 @@ struct ToolCall
 /// What came of it.
 struct ToolResult
 {
-    /// Why it did not run to its end, such as "ffprobe could not be started: no such file". Empty when it did,
-    /// with whatever exit code.
+    /// Why it did not run to its end, such as "ffprobe could not be started: no such file". Empty when it
+    /// did, with whatever exit code.
     QString error;
     int exitCode = 0;
     QByteArray output; ///< whole: more than 16 MiB is an error
@@ -59,7 +59,8 @@ public:
     ToolRun() = default;
     ~ToolRun() override { stop(); }
 
-    /// Ends in one ended(), from the event loop: whoever hears it may start the next run or let the object go.
+    /// Ends in one ended(), from the event loop: whoever hears it may start the next run or let the object
+    /// go.
     void start(const ToolCall& call);
 
     /// The same without an event loop: returns when the program has ended.

@@ -17,8 +17,9 @@ QStringList videoMetadataPass(const VideoFacts& source, const VideoFacts& result
     const QString created = tagValue(source.tags, u"creation_time"_s);
     if (hasCreationTime && !created.isEmpty() && tagValue(result.tags, u"creation_time"_s).isEmpty())
         tags << u"-metadata"_s << u"creation_time="_s + created;
-    // The keys under which cameras and phones note make, model, place and time. ffmpeg drops these from MP4 and
-    // its kin unless asked. All others it keeps in the form that players expect, or they are the container's own.
+    // The keys under which cameras and phones note make, model, place and time. ffmpeg drops these from MP4
+    // and its kin unless asked. All others it keeps in the form that players expect, or they are the
+    // container's own.
     for (auto tag = source.tags.begin(); isMp4 && tag != source.tags.end(); ++tag) {
         if (tag.key().startsWith("com."_L1) && !result.tags.contains(tag.key()))
             tags << u"-movflags"_s << u"use_metadata_tags"_s << u"-metadata"_s << tag.key() + u'=' + *tag;

@@ -11,15 +11,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// As the system searches its own: on Windows the program's folder comes first, and the two lie together there.
+// As the system searches its own: on Windows the program's folder comes first, and the two lie together
+// there.
 #ifdef Q_OS_WIN
 constexpr const char* kFolders[] = {".", VXC_LIBRARY_FOLDER, "../lib"};
 #else
 constexpr const char* kFolders[] = {VXC_LIBRARY_FOLDER, "../lib", "."};
 #endif
 
-// The name with a version is the one that is installed for programs; the plain one is for development, or where
-// all lies in one folder.
+// The name with a version is the one that is installed for programs; the plain one is for development, or
+// where all lies in one folder.
 constexpr const char* kNames[] = {VXC_LIBRARY_SONAME, VXC_LIBRARY_FILE};
 
 QString fileIn(const QString& folder)

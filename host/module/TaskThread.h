@@ -4,8 +4,9 @@
 
 #include "host/module/CompressorLibrary.h"
 
-/// The thread that the module and all its tasks live in: a video's start may look into its source for seconds,
-/// and the ends of encoders are judged and delivered here, while the main thread shows, plans and renames.
+/// The thread that the module and all its tasks live in: a video's start may look into its source for
+/// seconds, and the ends of encoders are judged and delivered here, while the main thread shows, plans and
+/// renames.
 class TaskThread final : public QThread
 {
 public:

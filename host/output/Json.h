@@ -3,8 +3,8 @@
 #include <QJsonObject>
 #include <QString>
 
-/// The words of what programs read that have more than one user: the writers and the report's reader take them from
-/// here. A word stays what it is, since scripts compare it.
+/// The words of what programs read that have more than one user: the writers and the report's reader take
+/// them from here. A word stays what it is, since scripts compare it.
 namespace Json {
 
 using Word = QLatin1StringView;
@@ -58,7 +58,8 @@ inline double seconds(qint64 ms)
 /// The object as one line.
 QByteArray line(const QJsonObject& object);
 
-/// A path in NativePath's text form, in and out of an object: one that is no text stands there as its bytes, too.
+/// A path in NativePath's text form, in and out of an object: one that is no text stands there as its bytes,
+/// too.
 void addPath(QJsonObject& object, Word key, const QString& path);
 QString pathIn(const QJsonObject& object, Word key);
 

@@ -8,8 +8,8 @@
 /// The reporter that options and terminal call for.
 std::unique_ptr<JobEvents> makeReporter(const Options& options);
 
-/// Takes the log of module and Qt for as long as it lives, and reports it as remarks: the module's debug lines
-/// only where the user wants to see them, warnings always.
+/// Takes the log of module and Qt for as long as it lives, and reports it as remarks: the module's debug
+/// lines only where the user wants to see them, warnings always.
 class ModuleLog
 {
 public:

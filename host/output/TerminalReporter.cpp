@@ -15,9 +15,9 @@ constexpr int kBarCells = 20;
 // From this width on there is room for a bar beside a name.
 constexpr int kColumnsForBar = 60;
 
-// The cursor rests where the block begins. A terminal that becomes narrower breaks lines, each in its own way, and
-// may say its new width late: the cursor keeps its place in the text all the same, and all below it is the block.
-// While the block is drawn no line is broken, so that it has the rows that are counted.
+// The cursor rests where the block begins. A terminal that becomes narrower breaks lines, each in its own
+// way, and may say its new width late: the cursor keeps its place in the text all the same, and all below it
+// is the block. While the block is drawn no line is broken, so that it has the rows that are counted.
 constexpr char kErase[] = "\r\x1b[J";
 constexpr char kUp[] = "\x1b[%1A";
 constexpr char kNoWrap[] = "\x1b[?7l";

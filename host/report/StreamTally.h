@@ -5,11 +5,11 @@
 
 #include "host/report/Findings.h"
 
-/// Adds up the lines of `vxcompress --json` of many runs, in any order of the runs. A run that was killed ends with any
-/// byte: its last line may be cut, and the next run's first one may follow in the same line.
+/// Adds up the lines of `vxcompress --json` of many runs, in any order of the runs. A run that was killed
+/// ends with any byte: its last line may be cut, and the next run's first one may follow in the same line.
 ///
-/// A file is known by its path as the streams have it, and the best that any run says of it holds: that it was
-/// delivered or kept, then that its output was there, then that it failed.
+/// A file is known by its path as the streams have it, and the best that any run says of it holds: that it
+/// was delivered or kept, then that its output was there, then that it failed.
 class StreamTally
 {
 public:

@@ -4,10 +4,10 @@
 
 #include "host/run/Stage.h"
 
-/// A job's last stage: a result's way to its place, if it is worth it. It is written in a private folder beside
-/// it and shows up there only when it is whole: renamed, in one step. Until then whatever lies at the output's
-/// path stays as it is, also after a job that failed, was interrupted or killed. Once the job is stopped, nothing
-/// is moved any more.
+/// A job's last stage: a result's way to its place, if it is worth it. It is written in a private folder
+/// beside it and shows up there only when it is whole: renamed, in one step. Until then whatever lies at the
+/// output's path stays as it is, also after a job that failed, was interrupted or killed. Once the job is
+/// stopped, nothing is moved any more.
 ///
 /// ended() may come inside of start().
 class Deliver : public Stage

@@ -7,9 +7,11 @@
 #include "host/search/VideoEstimate.h"
 
 /// A job's second stage: from a source to a result in a private folder. One run of the module as a rule;
-/// several until the result has a requested size or SSIM; samples from all over a video, for a size beforehand.
+/// several until the result has a requested size or SSIM; samples from all over a video, for a size
+/// beforehand.
 ///
-/// ended() comes from the event loop; after stop() soon, and whatever its content it then counts as interrupted.
+/// ended() comes from the event loop; after stop() soon, and whatever its content it then counts as
+/// interrupted.
 class Encode : public Stage
 {
     Q_OBJECT

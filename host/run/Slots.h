@@ -4,8 +4,8 @@
 
 /// How many jobs may run side by side. An image's encoder keeps one core busy, and among images alone there
 /// is one job more than cores, since one or another always waits for the disk with its result. A video's
-/// encoder takes as many threads as the module gives it, a third of the cores rounded up, so videos run as many
-/// side by side as the cores have room for, and images in what room is left.
+/// encoder takes as many threads as the module gives it, a third of the cores rounded up, so videos run as
+/// many side by side as the cores have room for, and images in what room is left.
 class Slots
 {
 public:

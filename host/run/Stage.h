@@ -44,8 +44,8 @@ struct JobState
     QList<Warning> losses;  ///< of the result, should it be delivered
 };
 
-/// A step of a job. Lives in the main thread and does what takes long elsewhere. Every start() ends in exactly
-/// one ended(); deleting it ends its work without a signal.
+/// A step of a job. Lives in the main thread and does what takes long elsewhere. Every start() ends in
+/// exactly one ended(); deleting it ends its work without a signal.
 class Stage : public QObject
 {
     Q_OBJECT

@@ -18,8 +18,8 @@ public:
     /// Removes what killed runs have left in `folder`, once a run.
     void sweep(const QString& folder);
 
-    /// Opens the private folder for results that go to `folder`. Where that is not there, it is made, and lets
-    /// in whom `model` lets in, the input's folder; without a model it is a failure.
+    /// Opens the private folder for results that go to `folder`. Where that is not there, it is made, and
+    /// lets in whom `model` lets in, the input's folder; without a model it is a failure.
     Failure open(const QString& folder, const QString& model, std::shared_ptr<PrivateFolder>& opened);
 
     /// A job is through with its output's folder. Without a result there, what was made for it goes again, as

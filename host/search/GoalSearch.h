@@ -12,9 +12,9 @@
 #include "host/search/NewPath.h"
 #include "host/search/SettingSearch.h"
 
-/// A result by what it is to be, instead of by a quality. At least one of the two requests is there. With both,
-/// size is the bound: the largest result that is small enough is compared with the source, and is like enough
-/// or not.
+/// A result by what it is to be, instead of by a quality. At least one of the two requests is there. With
+/// both, size is the bound: the largest result that is small enough is compared with the source, and is like
+/// enough or not.
 struct SearchTarget
 {
     QString inputPath;
@@ -36,8 +36,8 @@ struct GoalOutcome
     int chosen = -1;     ///< the trial that became the result, or the nearest
 };
 
-/// Encodes, measures and decides until the request is met or cannot be. Letting it go ends what runs, without a
-/// signal; results that were not chosen are removed as soon as they lose, the chosen one stays.
+/// Encodes, measures and decides until the request is met or cannot be. Letting it go ends what runs, without
+/// a signal; results that were not chosen are removed as soon as they lose, the chosen one stays.
 class GoalSearch : public QObject
 {
     Q_OBJECT

@@ -119,7 +119,8 @@ void VideoEstimate::onEncoded(const Failure& failure)
         return end({FailureKind::Interrupted});
     if (!failure)
         return run(videoProbe(mSamplePath), &VideoEstimate::onSample);
-    // A piece that cannot be encoded is one less. Anything else than an exit code is no answer of the encoder's.
+    // A piece that cannot be encoded is one less. Anything else than an exit code is no answer of the
+    // encoder's.
     if (mPiecePath.isEmpty() || failure.code <= 0)
         return end(failure);
     nextPiece();

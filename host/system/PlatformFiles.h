@@ -75,8 +75,8 @@ QString copy(const QString& from, const QString& to);
 /// Whether two files have the same bytes. False when one cannot be read.
 bool haveSameContent(const QString& path, const QString& other);
 
-/// Whose files this process makes, as FileFacts::owner tells it: 0 is root, and everyone where owners are none of
-/// its business.
+/// Whose files this process makes, as FileFacts::owner tells it: 0 is root, and everyone where owners are
+/// none of its business.
 quint32 owner();
 
 /// Gives `to` the permissions of `from` and, as root, its owner. As a replacement it takes over owner or
@@ -85,8 +85,8 @@ quint32 owner();
 QString makeAlike(const QString& from, const FileFacts& facts, const QString& to, bool isReplacement);
 QString setTimes(const QString& path, const FileFacts& facts);
 
-/// Makes a folder with this mode, and hides one for this user alone where its name does not. False when it is there
-/// or cannot be made: `reason` is empty in the former case.
+/// Makes a folder with this mode, and hides one for this user alone where its name does not. False when it is
+/// there or cannot be made: `reason` is empty in the former case.
 bool makeFolder(const QString& path, quint32 mode, QString& reason);
 /// The longest name in the folder that its file system takes, in bytes (Windows: letters).
 qint64 longestName(const QString& folder);

@@ -1,5 +1,5 @@
-// What is made of packets that no well-meant file has: in this program FFmpeg's reading functions follow a script, for
-// the code under test and while one plays.
+// What is made of packets that no well-meant file has: in this program FFmpeg's reading functions follow a
+// script, for the code under test and while one plays.
 #include <dlfcn.h>
 
 #include <limits>
@@ -61,8 +61,8 @@ struct
     }
 } theScript;
 
-// The packets of a video (0) and two sounds in ticks of 1/90000 s, and their times on the one timeline: dts, or
-// "dts/pts" where they differ.
+// The packets of a video (0) and two sounds in ticks of 1/90000 s, and their times on the one timeline: dts,
+// or "dts/pts" where they differ.
 const char kJoints[] = R"(
 times move without a joint                    | 0:0:100 0:10:130 0:20:190 | 100 130 190
 an equal time is a joint                      | 0:0:100 0:10:100 0:20:110 | 100 100 110
@@ -81,7 +81,8 @@ what was known of a place outlives it         | 0:0:0 0:4000:90000 0:2000:9 0:60
 the end of time traps                         | 0:0:min 0:10:max 0:20:5 | -9223372036854775807 9223372036854775807 none/9223372036854775807
 )";
 
-// Of three chapters, of 4 s at 4 bytes a ms, of 6 s at 2 and of 4 s at 1: a time, and the place that is sought for it.
+// Of three chapters, of 4 s at 4 bytes a ms, of 6 s at 2 and of 4 s at 1: a time, and the place that is
+// sought for it.
 const char kSeeks[] = R"(
 the start is early                               | 200   | 1800
 half a second is early                           | 500   | 3000
@@ -94,8 +95,8 @@ the end of time traps                            | max   |
 before all, something moves                      | min   |
 )";
 
-// What a scan of a video, whose times are in these units, and of a sound in 1/90000 s finds; -7 when it leaves the duration
-// alone.
+// What a scan of a video, whose times are in these units, and of a sound in 1/90000 s finds; -7 when it
+// leaves the duration alone.
 const char kDurations[] = R"(
 the last packet has no length            | 0:0:0:0:1000 0:10:9000:9000:1000       | 1/1000 | 10000
 counted from 0                           | 0:0:5000:5000:10 0:10:6000:6000:10     | 1/1000 | 1010
@@ -231,7 +232,8 @@ private slots:
         QCOMPARE(demuxer.durationMs(), 0);
     }
 
-    // A file is scanned once, and known when it has gone; what has no packets or doesn't open has no chapters.
+    // A file is scanned once, and known when it has gone; what has no packets or doesn't open has no
+    // chapters.
     void known()
     {
         FFVobDemuxer demuxer;

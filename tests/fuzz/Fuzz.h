@@ -26,7 +26,8 @@ inline void require(bool holds, const char* what)
     std::abort();
 }
 
-/// An input that is taken to pieces. Numbers come from its end, so that a media file, or a text, is an input as it is.
+/// An input that is taken to pieces. Numbers come from its end, so that a media file, or a text, is an input
+/// as it is.
 class Input
 {
 public:
@@ -80,7 +81,8 @@ inline QString write(const QString& name, const QByteArray& content)
     return file.fileName();
 }
 
-/// Takes the program's standard output from now on, once a process. The fuzzer itself writes to standard error.
+/// Takes the program's standard output from now on, once a process. The fuzzer itself writes to standard
+/// error.
 class Stdout
 {
 public:

@@ -1,5 +1,5 @@
-// Jobs of any names, texts and numbers: every line of --json is as docs/json-stream.schema.json says, has the names byte
-// for byte, and is counted by the report.
+// Jobs of any names, texts and numbers: every line of --json is as docs/json-stream.schema.json says, has the
+// names byte for byte, and is counted by the report.
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>

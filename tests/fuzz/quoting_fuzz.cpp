@@ -1,5 +1,5 @@
-// A command of as many paths as the input has lines: the system's splitting gives each back as one argument, which is
-// neither an option nor the name of a protocol.
+// A command of as many paths as the input has lines: the system's splitting gives each back as one argument,
+// which is neither an option nor the name of a protocol.
 #include <QDir>
 #include <QProcess>
 

@@ -30,7 +30,8 @@ protected:
     }
 };
 
-/// What sources and results are found to be, whole, cut and disguised, and what copying metadata does to them.
+/// What sources and results are found to be, whole, cut and disguised, and what copying metadata does to
+/// them.
 class MediaTest : public QObject
 {
     Q_OBJECT
@@ -293,7 +294,8 @@ private slots:
         }
     }
 
-    // The fault, seconds of source and result, "?" for an estimate, seconds of their images, the verdict's kind.
+    // The fault, seconds of source and result, "?" for an estimate, seconds of their images, the verdict's
+    // kind.
     void lengthsAreCompared()
     {
         const char* const kRows = R"(

@@ -92,8 +92,8 @@ private slots:
             QVERIFY2(!SizeGoal::parse(QString::fromLatin1(wrong)), wrong);
     }
 
-    // The samples as source's bytes and milliseconds and the result's, those of the whole, its sounds, whether the
-    // bitrate is fixed; the least and the most that it may become.
+    // The samples as source's bytes and milliseconds and the result's, those of the whole, its sounds,
+    // whether the bitrate is fixed; the least and the most that it may become.
     void estimatesHaveBounds()
     {
         const std::tuple<QList<SampleMeasure>, WholeVideo, bool, qint64, qint64> rows[] = {
@@ -123,8 +123,8 @@ private slots:
         QCOMPARE(sampleBeginnings(200000), (QList<qint64>{12500, 52500, 92500, 132500, 172500}));
     }
 
-    // Of ffprobe's answers: the container, the stream's end and the container's, the transfer, the pixel format;
-    // the length, whether it is stated, and what the image has.
+    // Of ffprobe's answers: the container, the stream's end and the container's, the transfer, the pixel
+    // format; the length, whether it is stated, and what the image has.
     void answersAreRead()
     {
         const QString rows =
@@ -192,8 +192,8 @@ private slots:
         }
     }
 
-    // What a helper program is started with, in milliseconds at most, and how it ends, with and without an event
-    // loop.
+    // What a helper program is started with, in milliseconds at most, and how it ends, with and without an
+    // event loop.
     void helpersEnd()
     {
         const QString endless = u"-f lavfi -i anullsrc -f s16le "_s;

@@ -59,7 +59,8 @@ public:
     }
     /// How many of them have written all that they would: those that hang are hanging now.
     int writtenCount() const { return static_cast<int>(records("written").size()); }
-    /// Whether none of them runs any more (as far as the system tells); this process may not have noticed yet.
+    /// Whether none of them runs any more (as far as the system tells); this process may not have noticed
+    /// yet.
     bool allGone() const
     {
         const QFileInfoList all = records("arguments");
@@ -69,8 +70,8 @@ public:
     }
 
 private:
-    // Without Qt's patterns: mingw's end of a thread that has matched one fails now and then, and the process then
-    // hangs in its own end.
+    // Without Qt's patterns: mingw's end of a thread that has matched one fails now and then, and the process
+    // then hangs in its own end.
     QFileInfoList records(const char* suffix, QDir::SortFlags order = QDir::Unsorted) const
     {
         QFileInfoList found = QDir(mRecords.path()).entryInfoList(QDir::Files, order);

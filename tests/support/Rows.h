@@ -2,7 +2,8 @@
 
 #include <QTest>
 
-/// The rows of a table in a text: one a line, with cells between "|"; the first is the fault that the row catches.
+/// The rows of a table in a text: one a line, with cells between "|"; the first is the fault that the row
+/// catches.
 inline QList<QStringList> rowsOf(const char* table)
 {
     QList<QStringList> rows;

@@ -17,8 +17,8 @@ using namespace Qt::StringLiterals;
 #ifdef __SANITIZE_THREAD__
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
 
-// Stands before the thread sanitizer's, which takes every clone() for a fork(): QProcess shares this process's memory with
-// the child up to its exec, and the sanitizer would forget all other threads there.
+// Stands before the thread sanitizer's, which takes every clone() for a fork(): QProcess shares this
+// process's memory with the child up to its exec, and the sanitizer would forget all other threads there.
 extern "C" __attribute__((visibility("default"))) int clone(int (*function)(void*), void* stack, int flags,
                                                             void* argument, ...)
 {

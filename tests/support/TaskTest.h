@@ -34,8 +34,8 @@ struct Kind
 constexpr int Jpg = 0, Png = 1, Webp = 2, Video = 3, Size = 4, Sample = 5, KindCount = 6;
 extern const Kind kKinds[KindCount];
 
-/// A task as a host has it, made through CompressorEntry(), and the finishes and progress it has told. It belongs
-/// to the thread that made it, like its task.
+/// A task as a host has it, made through CompressorEntry(), and the finishes and progress it has told. It
+/// belongs to the thread that made it, like its task.
 class TaskProbe : public QObject
 {
     Q_OBJECT
@@ -66,9 +66,9 @@ private:
     const Kind& mKind;
 };
 
-/// The base of tests that run tasks. Every row has a folder, a temporary location and fake encoders of its own.
-/// It fails with a warning (such as "QProcess: Destroyed while process is still running"), an encoder that
-/// outlives it, a file left in the temporary location, or a changed source.
+/// The base of tests that run tasks. Every row has a folder, a temporary location and fake encoders of its
+/// own. It fails with a warning (such as "QProcess: Destroyed while process is still running"), an encoder
+/// that outlives it, a file left in the temporary location, or a changed source.
 class TaskTest : public QObject
 {
     Q_OBJECT
@@ -79,8 +79,8 @@ protected:
     static const QByteArray kResult; ///< what an encoder makes of it, until told otherwise
     static const QByteArray kOld;    ///< what was at the output path before
 
-    /// Rows of a data function: each kind with each of the cases, named after both. A case with "video" in it is for
-    /// videos only.
+    /// Rows of a data function: each kind with each of the cases, named after both. A case with "video" in it
+    /// is for videos only.
     static void eachKind(const QList<const char*>& cases = {""}, int first = Jpg, int last = Sample);
     /// The rows of a table with each of the kinds that the second cell names.
     static void eachKindOf(const char* table);

@@ -41,7 +41,8 @@ public:
         QFile file(filePath);
         return file.open(QIODevice::ReadOnly) ? QByteArray("").append(file.readAll()) : QByteArray();
     }
-    /// Everything in a folder inside, by default the temporary location, where a well-behaved test leaves nothing.
+    /// Everything in a folder inside, by default the temporary location, where a well-behaved test leaves
+    /// nothing.
     QStringList leftovers(const QString& name = u"tmp"_s) const
     {
         return QDir(path(name))

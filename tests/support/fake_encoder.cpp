@@ -52,7 +52,8 @@ static fs::path pathOf(const std::string& word)
 static std::vector<std::string> wordsOf(int argc, char** argv)
 {
 #ifdef _WIN32
-    // ffmpeg asks the system for its command line; the others take main()'s, which is in the process's code page.
+    // ffmpeg asks the system for its command line; the others take main()'s, which is in the process's code
+    // page.
     wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &argc);
     const bool isWide = fs::path(wide[0]).stem() == "ffmpeg";
     std::vector<std::string> found;

@@ -17,8 +17,8 @@ png          | photo.png | o.png  |
 webp         | photo.png | o.webp | libwebp
 )";
 
-// The way to run it, a source and its container, the streams, sizes and seconds of the result, none of a failure; what
-// ffmpeg has to have for that.
+// The way to run it, a source and its container, the streams, sizes and seconds of the result, none of a
+// failure; what ffmpeg has to have for that.
 const char kVideos[] = R"(
 odd sides, four full planes  | video   | odd-481x719.mp4  | mkv | va 484x720 3 s  |
 turned twice or not at all   | video   | rotate-90.mp4    | mp4 | va 240x320 4 s  |

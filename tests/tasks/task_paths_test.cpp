@@ -18,8 +18,8 @@ the floor is no zero   | png  | 80 | pngquant --quality 0-80 --force WORK_1.BMP 
 another codec          | webp | 60 | ffmpeg -i HERE/source.BMP -y -c:v libwebp -quality 60 HERE/out.webp
 )";
 
-// The fault, the kinds, a name before the suffix ("_" is a blank, "^" half of a letter), whether ffmpeg gets it as it is,
-// and an image's suffix other than bmp.
+// The fault, the kinds, a name before the suffix ("_" is a blank, "^" half of a letter), whether ffmpeg gets
+// it as it is, and an image's suffix other than bmp.
 const char kNames[] = R"(
 blanks split                           | all              | _two__blanks_        | yes
 letters beyond ASCII are lost          | all              | fötø_写真_📷 | yes
@@ -115,9 +115,9 @@ private slots:
         QCOMPARE(TestFolder::read(output), kOld);
     }
 
-    // Images replace their source when they are smaller. Where the encoder would write the source itself it must
-    // not: the run fails, and no encoder starts. A source that stays is not even written again with its own content,
-    // which would lose its time.
+    // Images replace their source when they are smaller. Where the encoder would write the source itself it
+    // must not: the run fails, and no encoder starts. A source that stays is not even written again with its
+    // own content, which would lose its time.
     void inPlace_data() { eachKind({"same name", "other spelling", "symbolic link", "hard link"}); }
     void inPlace()
     {

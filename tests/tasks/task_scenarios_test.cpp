@@ -1,5 +1,5 @@
-// What becomes of a task, whatever its encoder, its host and its files do: a table of scenarios over all kinds of task.
-// The program has a folder of its own, with the encoders that a scenario puts there.
+// What becomes of a task, whatever its encoder, its host and its files do: a table of scenarios over all
+// kinds of task. The program has a folder of its own, with the encoders that a scenario puts there.
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
@@ -24,10 +24,11 @@
 
 using namespace Qt::StringLiterals;
 
-// The fault, the kinds, and what happens, step by step (perform() has them all); then the codes that the host is told,
-// and what is at the output path. A/B is A for kinds that work on copies and B for the others, "0?2" is 0 or 2; a code
-// may have its text behind a colon. What is left: "old", or "gone" where the encoder may have touched it; "out", what
-// the encoder wrote last; "source"; "none". A first step "everywhere" repeats the row over an old file and over a link.
+// The fault, the kinds, and what happens, step by step (perform() has them all); then the codes that the host
+// is told, and what is at the output path. A/B is A for kinds that work on copies and B for the others, "0?2"
+// is 0 or 2; a code may have its text behind a colon. What is left: "old", or "gone" where the encoder may
+// have touched it; "out", what the encoder wrote last; "source"; "none". A first step "everywhere" repeats
+// the row over an old file and over a link.
 const char kScenarios[] = R"(
 as large as the source counts as larger       | all          | everywhere out=+0 run             | 0         | out
 a larger image replaces the source          | jpg png webp | everywhere out=+1 run             | 0:no      | source
@@ -444,7 +445,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(fake->allGone() && !QFile::exists(output()), 30000);
     }
 
-    // Before, at and after the moment at which they are given up: tasks in threads of their own, each with another.
+    // Before, at and after the moment at which they are given up: tasks in threads of their own, each with
+    // another.
     void diesAtTheLimit_data() { eachKind({"start", "stop", "release"}, Webp, Video); }
     void diesAtTheLimit()
     {
@@ -480,7 +482,8 @@ private slots:
         QTRY_COMPARE(folder->leftovers(QString()).filter(QRegularExpression(u"^[0-9]"_s)), QStringList());
     }
 
-    // Of a sample progress is queued: what the monitor has read comes before its run's end, and nothing in the next run.
+    // Of a sample progress is queued: what the monitor has read comes before its run's end, and nothing in
+    // the next run.
     void progressComesLate_data() { eachKind({"stop", "again", "in the finish"}, Sample); }
     void progressComesLate()
     {

@@ -1,5 +1,5 @@
-// Many threads with tasks of every kind, which do at any moment what a host may do with a task: for 2 seconds, or as many
-// as VXC_STRESS_SECONDS says.
+// Many threads with tasks of every kind, which do at any moment what a host may do with a task: for 2
+// seconds, or as many as VXC_STRESS_SECONDS says.
 #include <QDeadlineTimer>
 #include <QRandomGenerator>
 #include <QThread>

@@ -14,7 +14,8 @@ class TaskThreadsTest : public TaskTest
     Q_OBJECT
 
 private slots:
-    // Sources of many sizes, in two threads: each task gets the result of its own, and there is one compressor.
+    // Sources of many sizes, in two threads: each task gets the result of its own, and there is one
+    // compressor.
     void manyAtOnce()
     {
         std::atomic<int> bad = 0;
@@ -74,8 +75,8 @@ private slots:
         QCOMPARE(folder->leftovers(), QStringList());
     }
 
-    // A private photo stays private, and so does what takes its place; the temporary location is made where it
-    // doesn't exist yet.
+    // A private photo stays private, and so does what takes its place; the temporary location is made where
+    // it doesn't exist yet.
     void deliveredSource_data() { eachKind({""}, Jpg, Webp); }
     void deliveredSource()
     {

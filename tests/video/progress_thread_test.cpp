@@ -65,8 +65,8 @@ private slots:
         QCOMPARE(monitor.told, QList<float>({0.1F, 0.2F, 0.3F, 0.4F}));
     }
 
-    // A poll sleeps half a second: of several stops, each of which has to wait for its end, none is faster. Without a
-    // name there is no file, and not a warning for every attempt to open it.
+    // A poll sleeps half a second: of several stops, each of which has to wait for its end, none is faster.
+    // Without a name there is no file, and not a warning for every attempt to open it.
     void stopEndsEveryWait()
     {
         QTest::failOnWarning(QRegularExpression(u".*"_s));

@@ -14,9 +14,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The fault, the builder (q: quality, s: size; with e: its sample), source, the output's suffix, scale, the duration that
-// is found (0: whichever), what the command has, piece by piece in this order, and what it must not have. IN, OUT, THREADS,
-// PROGRESS and Nk stand for what differs from machine to machine; HEAD, BITRATE and END for what commands share.
+// The fault, the builder (q: quality, s: size; with e: its sample), source, the output's suffix, scale, the
+// duration that is found (0: whichever), what the command has, piece by piece in this order, and what it must
+// not have. IN, OUT, THREADS, PROGRESS and Nk stand for what differs from machine to machine; HEAD, BITRATE
+// and END for what commands share.
 const char kCommands[] = R"(
 quality                                   | q  | hd-1080.mp4      | mp4  | 2 | 3000 | HEAD -map 0:v:0 -c:a aac -ac 2 -map 0:a -preset veryfast -crf 23 -vf scale=960:540 END |
 sound alone has no image's duration     | q  | sound-only.m4a   | mp4  | 1 | 4000 | HEAD -c:a aac -ac 2 -map 0:a -preset veryfast -crf 23 -vf scale=0:0 END |
