@@ -12,8 +12,8 @@ from host import REAL, Place, main, wait_until
 WRONG_CJPEG = 'case $1 in -version) echo libjpeg-turbo version 2;; *) case $5 in *.ppm) touch "$4";; *) exit 1; esac; esac'
 # They end well, and what they made is something else.
 LYING_PNGQUANT = 'case $1 in --version) echo 2.0;; *) echo GIF89a > "$6"; esac'
-LYING_FFMPEG = f'case $* in *.mp4*) for last; do :; done; echo none > "$last";; *) exec '{REAL}/ffmpeg' "$@"; esac'
-POOR_FFMPEG = f'case $* in *-encoders*) echo libx264;; *.webp*) exit 1;; *) exec '{REAL}/ffmpeg' "$@"; esac'
+LYING_FFMPEG = f'case $* in *.mp4*) for last; do :; done; echo none > "$last";; *) exec \'{REAL}/ffmpeg\' "$@"; esac'
+POOR_FFMPEG = f'case $* in *-encoders*) echo libx264;; *.webp*) exit 1;; *) exec \'{REAL}/ffmpeg\' "$@"; esac'
 HANGING_PNGQUANT = 'case $1 in --version) echo 2.0;; *) : > "$FAKE_RECORD/hangs"; exec sleep 99; esac'
 ALL = ("cJpeg", "pngquant", "ffmpeg")
 
