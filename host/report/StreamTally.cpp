@@ -180,22 +180,28 @@ Findings StreamTally::findings() const
     Findings sum = mSum;
     if (mFirst.isValid() && mLast.isValid())
         sum.spanMs = mFirst.msecsTo(mLast);
+    const auto isSlower = [](const Findings::File& one, const Findings::File& other) {
+        return one.ms != other.ms ? one.ms > other.ms : one.path < other.path;
+    };
     for (const auto& [path, known] : mFiles.asKeyValueRange()) {
+        ++sum.ends[size_t(known.end)];
+        const bool isDone = known.end >= FileEnd::Kept;
+        if (isDone)
+            countDone(sum, known);
+        // Of a million files most are named nowhere.
+        const bool isSlow = isDone && (sum.slowest.size() < kMaxSlowest || known.ms >= sum.slowest.last().ms);
+        if (!isSlow && known.end > FileEnd::Failed)
+            continue;
         Findings::File file = known;
         file.path = shown(path);
-        ++sum.ends[size_t(file.end)];
-        if (file.end <= FileEnd::Failed) {
+        if (!isDone) {
             sum.failures.append(file);
-        } else if (file.end >= FileEnd::Kept) {
-            countDone(sum, file);
-            sum.slowest.append(file);
+            continue;
         }
+        sum.slowest.insert(std::upper_bound(sum.slowest.begin(), sum.slowest.end(), file, isSlower), file);
+        sum.slowest.resize(std::min(sum.slowest.size(), kMaxSlowest));
     }
     std::sort(sum.failures.begin(), sum.failures.end(),
               [](const auto& one, const auto& other) { return one.path < other.path; });
-    std::sort(sum.slowest.begin(), sum.slowest.end(), [](const auto& one, const auto& other) {
-        return one.ms != other.ms ? one.ms > other.ms : one.path < other.path;
-    });
-    sum.slowest.resize(std::min(sum.slowest.size(), kMaxSlowest));
     return sum;
 }
