@@ -27,12 +27,16 @@ constexpr int kStartBase = 36; // names are to be short
 
 // Whose processes are seen here: many machines of one disk may go by one name or be copies of one image, and
 // a container sees only its own processes.
-QString machine()
+const QString& machine()
 {
-    const QByteArray text = QSysInfo::machineHostName().toUtf8() + '\n' + QSysInfo::machineUniqueId() + '\n' +
-                            QFile::symLinkTarget(u"/proc/self/ns/pid"_s).toUtf8();
-    return QString::fromLatin1(
-        QCryptographicHash::hash(text, QCryptographicHash::Sha1).toHex().left(kMachineDigits));
+    // Asked for each output folder, and the same throughout a run.
+    static const QString kMachine = [] {
+        const QByteArray text = QSysInfo::machineHostName().toUtf8() + '\n' + QSysInfo::machineUniqueId() +
+                                '\n' + QFile::symLinkTarget(u"/proc/self/ns/pid"_s).toUtf8();
+        return QString::fromLatin1(
+            QCryptographicHash::hash(text, QCryptographicHash::Sha1).toHex().left(kMachineDigits));
+    }();
+    return kMachine;
 }
 
 // Without the prefix and what is random.
@@ -44,11 +48,11 @@ QString ownName()
 }
 
 // Whether the name is one that a process of this machine has given, and that process is gone.
-bool isLeft(const QString& name, const QString& machine)
+bool isLeft(const QString& name)
 {
     static const QRegularExpression kName(u"^([0-9a-f]{8})-([0-9]{1,9})-([0-9a-z]{1,12})-[0-9a-f]{4}$"_s);
     const QRegularExpressionMatch match = kName.match(name);
-    if (!match.hasMatch() || match.captured(1) != machine)
+    if (!match.hasMatch() || match.captured(1) != machine())
         return false;
     const auto start = Platform::startOf(match.captured(2).toLongLong());
     // Another process may have the number by now. Where starts are not known, they are 0.
@@ -133,10 +137,9 @@ void PrivateFolder::remove()
 void PrivateFolder::sweep(const QString& parent, const char* prefix)
 {
     const QString begin = QLatin1String(prefix);
-    const QString here = machine();
     for (const Platform::FolderEntry& entry : Platform::entriesOf(parent)) {
         const QString folder = NativePath::join(parent, entry.name);
-        if (!entry.isFolder || !entry.name.startsWith(begin) || !isLeft(entry.name.mid(begin.size()), here))
+        if (!entry.isFolder || !entry.name.startsWith(begin) || !isLeft(entry.name.mid(begin.size())))
             continue;
         if (const auto facts = Platform::factsOf(folder); !facts || facts->owner != Platform::owner())
             continue;
